@@ -1,0 +1,7 @@
+#include "common/platform_api.h"
+
+namespace vofs {
+
+PlatformApi api;
+
+}  // namespace vofs

@@ -1,0 +1,85 @@
+#pragma once
+// The one seam between the library and the platform. Every platform call that a test may
+// need to replace (to inject a fault, or to stand in for a call Wine lacks) is reached
+// through `api`, a table of function pointers that hold the real functions by default.
+// The entries keep the platform's own names and signatures, so call sites read as plain
+// platform calls: api.FindNextFileW(handle, &data).
+
+#include "common/platform_headers.h"
+
+namespace vofs {
+
+struct PlatformApi {
+#define VOFS_PLATFORM_CALL(name) decltype(&::name) name = &::name;
+    // platform family
+    VOFS_PLATFORM_CALL(GetVersionExA)
+    // error text
+    VOFS_PLATFORM_CALL(FormatMessageA)
+    VOFS_PLATFORM_CALL(GetModuleHandleA)
+    VOFS_PLATFORM_CALL(WNetGetLastErrorA)
+    VOFS_PLATFORM_CALL(RasGetErrorStringA)
+    VOFS_PLATFORM_CALL(InternetGetLastResponseInfoA)
+    // single file-system operations
+    VOFS_PLATFORM_CALL(GetFileAttributesW)
+    VOFS_PLATFORM_CALL(GetFileAttributesA)
+    VOFS_PLATFORM_CALL(SetFileAttributesW)
+    VOFS_PLATFORM_CALL(SetFileAttributesA)
+    VOFS_PLATFORM_CALL(CreateDirectoryW)
+    VOFS_PLATFORM_CALL(CreateDirectoryA)
+    VOFS_PLATFORM_CALL(RemoveDirectoryW)
+    VOFS_PLATFORM_CALL(RemoveDirectoryA)
+    VOFS_PLATFORM_CALL(DeleteFileW)
+    VOFS_PLATFORM_CALL(DeleteFileA)
+    VOFS_PLATFORM_CALL(CopyFileW)
+    VOFS_PLATFORM_CALL(CopyFileA)
+    VOFS_PLATFORM_CALL(MoveFileW)
+    VOFS_PLATFORM_CALL(MoveFileA)
+    VOFS_PLATFORM_CALL(MoveFileExW)
+    VOFS_PLATFORM_CALL(MoveFileExA)
+    VOFS_PLATFORM_CALL(GetTempPathW)
+    VOFS_PLATFORM_CALL(GetTempPathA)
+    VOFS_PLATFORM_CALL(SetErrorMode)
+    // searches
+    VOFS_PLATFORM_CALL(FindFirstFileW)
+    VOFS_PLATFORM_CALL(FindFirstFileA)
+    VOFS_PLATFORM_CALL(FindNextFileW)
+    VOFS_PLATFORM_CALL(FindNextFileA)
+    VOFS_PLATFORM_CALL(FindClose)
+    // network names
+    VOFS_PLATFORM_CALL(WNetGetConnectionW)
+    VOFS_PLATFORM_CALL(WNetGetConnectionA)
+    // volumes
+    VOFS_PLATFORM_CALL(GetLogicalDriveStringsA)
+    VOFS_PLATFORM_CALL(GetVolumeInformationW)
+    VOFS_PLATFORM_CALL(GetVolumeInformationA)
+    VOFS_PLATFORM_CALL(GetDriveTypeA)
+    // file times
+    VOFS_PLATFORM_CALL(FileTimeToSystemTime)
+    VOFS_PLATFORM_CALL(SystemTimeToFileTime)
+    VOFS_PLATFORM_CALL(FileTimeToLocalFileTime)
+    VOFS_PLATFORM_CALL(LocalFileTimeToFileTime)
+    // folder browser
+    VOFS_PLATFORM_CALL(SHGetSpecialFolderLocation)
+    VOFS_PLATFORM_CALL(SHBrowseForFolderA)
+    VOFS_PLATFORM_CALL(SHGetPathFromIDListW)
+    VOFS_PLATFORM_CALL(SHGetPathFromIDListA)
+#undef VOFS_PLATFORM_CALL
+};
+
+extern PlatformApi api;
+
+// Replaces one entry of `api` for the lifetime of the object (tests only).
+template <auto Entry>
+class ApiOverride {
+public:
+    using Function = std::remove_reference_t<decltype(api.*Entry)>;
+    explicit ApiOverride(Function replacement) : saved_(api.*Entry) { api.*Entry = replacement; }
+    ~ApiOverride() { api.*Entry = saved_; }
+    ApiOverride(const ApiOverride&) = delete;
+    ApiOverride& operator=(const ApiOverride&) = delete;
+
+private:
+    Function saved_;
+};
+
+}  // namespace vofs

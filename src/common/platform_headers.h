@@ -1,0 +1,25 @@
+#pragma once
+// The platform headers, included once in one order for the whole library.
+
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef UNICODE
+#define UNICODE
+#endif
+
+#include <windows.h>
+#include <ole2.h>
+#include <oleauto.h>
+#include <shlobj.h>
+#include <wininet.h>
+#include <winnetwk.h>
+#include <ras.h>
+#include <raserror.h>
+#include <wrl/client.h>
+
+#include <type_traits>
+
+namespace vofs {
+using Microsoft::WRL::ComPtr;
+}  // namespace vofs

@@ -1,0 +1,40 @@
+#pragma once
+// Library state, one copy per thread (per apartment). Nothing here is shared between
+// threads, so nothing is locked. The state is set up by the first object that runs on a
+// thread (every library object's constructor asks for it).
+
+#include "common/platform_headers.h"
+
+namespace vofs {
+
+class Volumes;
+
+enum WideCallSetting : long {
+    kAutoDetect = 0,
+    kAnsiVersion = 1,
+    kWideVersion = 2,
+};
+
+struct ThreadState {
+    long wideCallSupport = kAutoDetect;
+    // The platform version record, filled once per thread by GetVersionExA.
+    OSVERSIONINFOA version{};
+    bool platformIsNt = false;
+    // The default of FolderItem.Cached for new items.
+    bool folderItemCachedDefault = true;
+    // The shared Volumes collection of this thread; not owned. The collection clears it
+    // when it goes, so a released collection is made again on the next request.
+    Volumes* sharedVolumes = nullptr;
+};
+
+// This thread's state, set up on first use.
+ThreadState& ThisThread();
+
+// True when the platform reports the NT family (platform identifier 2).
+bool IsPlatformNT();
+
+// The wide-call rule: wide platform calls unless WideCallSupport is AnsiVersion or the
+// platform is not of the NT family.
+bool UseWideCalls();
+
+}  // namespace vofs

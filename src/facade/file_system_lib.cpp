@@ -1,0 +1,170 @@
+#include "facade/file_system_lib.h"
+
+#include "common/browse_dialog.h"
+#include "common/item_exists.h"
+#include "common/platform_api.h"
+#include "facade/byte_display.h"
+#include "facade/temp_names.h"
+#include "paths/path_text.h"
+
+namespace vofs {
+namespace {
+
+// Members whose classes are not part of this build answer with a clear error rather than
+// a stand-in object.
+[[noreturn]] void RaiseNotAvailable(std::wstring_view member) {
+    throw AutomationError(E_NOTIMPL, std::wstring(member) + L" is not available in this version of the library.");
+}
+
+bool IsDirectory(DWORD attributes) {
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+}  // namespace
+
+HRESULT FileSystemLib::get_WideCallSupport(WideCallSupportOptions* value) {
+    return Get(value, [] { return ThisThread().wideCallSupport; });
+}
+
+HRESULT FileSystemLib::put_WideCallSupport(WideCallSupportOptions value) {
+    return Run([&] {
+        ThreadState& state = ThisThread();
+        const long setting = value;
+        const bool allowed =
+            setting == kAutoDetect || setting == kAnsiVersion || (setting == kWideVersion && state.platformIsNt);
+        if (!allowed) Raise(RunTimeError::InvalidCall);
+        state.wideCallSupport = setting;
+    });
+}
+
+HRESULT FileSystemLib::GetFolderItem(BSTR, _FolderItem** value) {
+    return Get(value, []() -> ComPtr<_FolderItem> { RaiseNotAvailable(L"GetFolderItem"); });
+}
+
+HRESULT FileSystemLib::get_DefaultProxy(_ProxySettings** value) {
+    return Get(value, []() -> ComPtr<_ProxySettings> { RaiseNotAvailable(L"DefaultProxy"); });
+}
+
+HRESULT FileSystemLib::GetPathObject(BSTR, _Path** value) {
+    return Get(value, []() -> ComPtr<_Path> { RaiseNotAvailable(L"GetPathObject"); });
+}
+
+HRESULT FileSystemLib::GetTempFolderPath(BSTR* value) {
+    return Get(value, [] { return TempFolderPath(); });
+}
+
+HRESULT FileSystemLib::NormalizePath(BSTR Path, BSTR* value) {
+    return Get(value, [&] { return path_text::NormalizePath(Bstr::View(Path)); });
+}
+
+HRESULT FileSystemLib::GetUniqueTempName(BSTR Seed, BSTR Extension, BSTR Folder, BSTR* value) {
+    return Get(value, [&] { return UniqueTempName(ToWString(Seed), ToWString(Extension), ToWString(Folder)); });
+}
+
+HRESULT FileSystemLib::CopyFolder(BSTR, BSTR, VARIANT_BOOL) {
+    return Run([] { RaiseNotAvailable(L"CopyFolder"); });
+}
+
+HRESULT FileSystemLib::FolderExists(BSTR Path, VARIANT_BOOL* value) {
+    return Get(value, [&] {
+        const ItemExistence found = ItemExists(ToWString(Path), false);
+        return found.exists && IsDirectory(found.attributes);
+    });
+}
+
+HRESULT FileSystemLib::FileExists(BSTR Path, VARIANT* Strict, VARIANT_BOOL* value) {
+    return Get(value, [&] {
+        const bool strict = Strict && !IsMissing(*Strict) && ToBool(*Strict);
+        return ItemExists(ToWString(Path), strict).exists;
+    });
+}
+
+HRESULT FileSystemLib::NameFromPath(BSTR Path, BSTR* value) {
+    return Get(value, [&] { return path_text::NameFromPath(Bstr::View(Path)); });
+}
+
+HRESULT FileSystemLib::ParentFromPath(BSTR Path, BSTR* value) {
+    return Get(value, [&] { return path_text::ParentFromPath(Bstr::View(Path)); });
+}
+
+HRESULT FileSystemLib::RenameFolderItem(BSTR, BSTR) {
+    return Run([] { RaiseNotAvailable(L"RenameFolderItem"); });
+}
+
+HRESULT FileSystemLib::CopyFolderItem(BSTR, BSTR, VARIANT_BOOL) {
+    return Run([] { RaiseNotAvailable(L"CopyFolderItem"); });
+}
+
+HRESULT FileSystemLib::MoveFolderItem(BSTR, BSTR, FileMoveOptions) {
+    return Run([] { RaiseNotAvailable(L"MoveFolderItem"); });
+}
+
+HRESULT FileSystemLib::DeleteFolderItem(BSTR) {
+    return Run([] { RaiseNotAvailable(L"DeleteFolderItem"); });
+}
+
+HRESULT FileSystemLib::GetPlatformPath(BSTR, BSTR* value) {
+    return Get(value, []() -> std::wstring { RaiseNotAvailable(L"GetPlatformPath"); });
+}
+
+HRESULT FileSystemLib::SetErrorMode(VARIANT* NewValue, ErrorModes* value) {
+    return Get(value, [&] {
+        if (!NewValue) Raise(RunTimeError::InvalidCall);
+        // Only bit 0 and bits 15 and up are error-mode bits the library passes on.
+        const LONG mode = ToLong(*NewValue) & ~0x7FFEL;
+        WriteBack(NewValue, *Variant::FromLong(mode).Get());
+        return static_cast<long>(api.SetErrorMode(static_cast<UINT>(mode)));
+    });
+}
+
+HRESULT FileSystemLib::get_TokenPrivileges(_TokenPrivileges** value) {
+    return Get(value, []() -> ComPtr<_TokenPrivileges> { RaiseNotAvailable(L"TokenPrivileges"); });
+}
+
+HRESULT FileSystemLib::get_Volumes(_Volumes** value) {
+    return Get(value, []() -> ComPtr<_Volumes> { RaiseNotAvailable(L"Volumes"); });
+}
+
+HRESULT FileSystemLib::get_Impersonator(_Impersonator** value) {
+    return Get(value, []() -> ComPtr<_Impersonator> { RaiseNotAvailable(L"Impersonator"); });
+}
+
+HRESULT FileSystemLib::FtpConnect(BSTR, VARIANT, VARIANT, VARIANT_BOOL, VARIANT_BOOL, InternetOpenMethods, LONG,
+                                  _ProxySettings*, VARIANT_BOOL, VARIANT_BOOL, _FtpConnection** value) {
+    return Get(value, []() -> ComPtr<_FtpConnection> { RaiseNotAvailable(L"FtpConnect"); });
+}
+
+HRESULT FileSystemLib::OpenBackupStreamReader(BSTR, FileMode, FileAccess, FileShare, LONG, VARIANT_BOOL,
+                                              _BackupStreamReader** value) {
+    return Get(value, []() -> ComPtr<_BackupStreamReader> { RaiseNotAvailable(L"OpenBackupStreamReader"); });
+}
+
+HRESULT FileSystemLib::OpenBackupStreamWriter(BSTR, FileMode, FileAccess, FileShare, _BackupStreamWriter** value) {
+    return Get(value, []() -> ComPtr<_BackupStreamWriter> { RaiseNotAvailable(L"OpenBackupStreamWriter"); });
+}
+
+HRESULT FileSystemLib::OpenStream(BSTR, FileMode, FileAccess, FileShare, OpenFileFlags, _FileStream** value) {
+    return Get(value, []() -> ComPtr<_FileStream> { RaiseNotAvailable(L"OpenStream"); });
+}
+
+HRESULT FileSystemLib::OpenTextStream(BSTR, TextStreamIoMode, FileShare, _ITextStream** value) {
+    return Get(value, []() -> ComPtr<_ITextStream> { RaiseNotAvailable(L"OpenTextStream"); });
+}
+
+HRESULT FileSystemLib::EnumFolder(BSTR, BSTR, _FolderEnumerator** value) {
+    return Get(value, []() -> ComPtr<_FolderEnumerator> { RaiseNotAvailable(L"EnumFolder"); });
+}
+
+HRESULT FileSystemLib::BrowseToFolder(LONG hwnd, VirtualFolders TopFolder, BSTR Title, BrowseInFolderFlags Flags,
+                                      BSTR DefaultFolder, BSTR* value) {
+    return Get(value, [&] {
+        return vofs::BrowseToFolder(reinterpret_cast<HWND>(static_cast<LONG_PTR>(hwnd)), TopFolder,
+                                    ToWString(Title), static_cast<UINT>(Flags), ToWString(DefaultFolder));
+    });
+}
+
+HRESULT FileSystemLib::FormatByteDisplay(VARIANT Value, ByteDisplayTypes DisplayType, BSTR* value) {
+    return Get(value, [&] { return vofs::FormatByteDisplay(Value, DisplayType); });
+}
+
+}  // namespace vofs
