@@ -15,7 +15,7 @@
 //
 // The first interface is the default one (IDispatch and IUnknown resolve to it, and
 // errors carry its IID). Objects are made with Make(), which hands out the first
-// reference. Methods of two interfaces with the same name and signature share one
+// reference. A constructor must not hand out `this` as a counted reference. Methods of two interfaces with the same name and signature share one
 // implementation; where they must differ, the class overrides them in a small adapter.
 
 #include "common/bstr.h"
@@ -79,11 +79,12 @@ class ComObject : public DispatchOf<Interfaces>...,
 public:
     using DefaultInterface = std::tuple_element_t<0, std::tuple<Interfaces...>>;
 
+    // A new object; the returned pointer holds its only reference. (Objects start with
+    // no reference and the ComPtr constructor adds the first: MinGW's ComPtr::Attach
+    // adds a reference too, unlike Microsoft's, so it cannot adopt a new object.)
     template <class... Args>
     static ComPtr<Derived> Make(Args&&... args) {
-        ComPtr<Derived> object;
-        object.Attach(new Derived(std::forward<Args>(args)...));
-        return object;
+        return ComPtr<Derived>(new Derived(std::forward<Args>(args)...));
     }
 
     // IUnknown
@@ -145,7 +146,7 @@ protected:
     }
 
 private:
-    LONG references_ = 1;
+    LONG references_ = 0;
 };
 
 }  // namespace vofs

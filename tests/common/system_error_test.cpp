@@ -1,0 +1,211 @@
+// Platform error codes as automation errors: the text lookup rules for every code range
+// (through the seam where Wine has no text) and the rules of RaiseSystemError.
+
+#include "common/host_process.h"
+#include "common/platform_api.h"
+#include "common/system_error.h"
+#include "support/test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+namespace vofs::testing {
+namespace {
+
+// ---- stand-ins for the text sources, with what they were asked
+
+struct TextSources {
+    std::string message;          // what FormatMessageA writes
+    DWORD messageFlags = 0;
+    HMODULE messageModule = nullptr;
+    DWORD messageCode = 0;
+    bool internetLoaded = true;
+    std::string remoteAccess;     // RasGetErrorStringA
+    std::string serverReply;      // InternetGetLastResponseInfoA
+    DWORD providerError = 0;      // WNetGetLastErrorA
+    std::string providerText, providerName;
+};
+TextSources sources;
+HMODULE const kInternetModule = reinterpret_cast<HMODULE>(0x5150000);
+
+DWORD WINAPI FakeFormatMessageA(DWORD flags, LPCVOID module, DWORD code, DWORD, LPSTR buffer, DWORD size, va_list*) {
+    sources.messageFlags = flags;
+    sources.messageModule = static_cast<HMODULE>(const_cast<void*>(module));
+    sources.messageCode = code;
+    const DWORD length = static_cast<DWORD>(std::min<size_t>(sources.message.size(), size));
+    std::memcpy(buffer, sources.message.data(), length);
+    if (length < size) buffer[length] = '\0';
+    return length;
+}
+HMODULE WINAPI FakeGetModuleHandleA(LPCSTR name) {
+    return sources.internetLoaded && _stricmp(name, "wininet.dll") == 0 ? kInternetModule : nullptr;
+}
+DWORD APIENTRY FakeRasGetErrorStringA(UINT, LPSTR buffer, DWORD size) {
+    if (sources.remoteAccess.empty()) return ERROR_INVALID_PARAMETER;
+    std::strncpy(buffer, sources.remoteAccess.c_str(), size);
+    return 0;
+}
+BOOL WINAPI FakeInternetGetLastResponseInfoA(LPDWORD error, LPSTR buffer, LPDWORD length) {
+    *error = 0;
+    if (!buffer || *length <= sources.serverReply.size()) {
+        *length = static_cast<DWORD>(sources.serverReply.size());
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return FALSE;
+    }
+    std::memcpy(buffer, sources.serverReply.c_str(), sources.serverReply.size() + 1);
+    *length = static_cast<DWORD>(sources.serverReply.size());
+    return TRUE;
+}
+DWORD APIENTRY FakeWNetGetLastErrorA(LPDWORD error, LPSTR text, DWORD textSize, LPSTR name, DWORD nameSize) {
+    *error = sources.providerError;
+    std::strncpy(text, sources.providerText.c_str(), textSize);
+    std::strncpy(name, sources.providerName.c_str(), nameSize);
+    return NO_ERROR;
+}
+
+class SystemErrorText : public ::testing::Test {
+protected:
+    void SetUp() override { sources = TextSources{}; }
+
+    ApiOverride<&PlatformApi::FormatMessageA> format_{&FakeFormatMessageA};
+    ApiOverride<&PlatformApi::GetModuleHandleA> module_{&FakeGetModuleHandleA};
+    ApiOverride<&PlatformApi::RasGetErrorStringA> ras_{&FakeRasGetErrorStringA};
+    ApiOverride<&PlatformApi::InternetGetLastResponseInfoA> reply_{&FakeInternetGetLastResponseInfoA};
+    ApiOverride<&PlatformApi::WNetGetLastErrorA> network_{&FakeWNetGetLastErrorA};
+};
+
+TEST_F(SystemErrorText, EndsInExactlyOneSentenceMark) {
+    struct Case {
+        const char* platformText;
+        const wchar_t* expected;
+    };
+    const Case cases[] = {
+        {"Access is denied.\r\n", L"Access is denied."},
+        {"No full stop\r\n", L"No full stop."},
+        {"Is that so?\r\n", L"Is that so?"},
+        {"Stop!", L"Stop!"},
+        {"Two\r\nlines\r\n", L"Two\r\nlines."},
+        {"", L"."},
+    };
+    for (const Case& c : cases) {
+        sources.message = c.platformText;
+        EXPECT_EQ(vofs::SystemErrorText(5), c.expected) << c.platformText;
+    }
+}
+
+TEST_F(SystemErrorText, OtherSeparatorsReplaceEveryLineBreak) {
+    sources.message = "Line one\r\nLine two\r\n";
+    EXPECT_EQ(vofs::SystemErrorText(5, L"|"), L"Line one|Line two|.");
+    EXPECT_EQ(vofs::SystemErrorText(5, L"; "), L"Line one;Line two;.");
+    EXPECT_EQ(vofs::SystemErrorText(5, L""), L"Line oneLine two.");
+}
+
+TEST_F(SystemErrorText, HresultsOfFacilityFormAreReducedToTheirCode) {
+    sources.message = "x";
+    vofs::SystemErrorText(static_cast<long>(0x80070002));
+    EXPECT_EQ(sources.messageCode, 2u);
+    EXPECT_EQ(sources.messageFlags, static_cast<DWORD>(FORMAT_MESSAGE_FROM_SYSTEM));
+    // With bit 15 set the code is looked up whole.
+    vofs::SystemErrorText(static_cast<long>(0x8000FFFF));
+    EXPECT_EQ(sources.messageCode, 0x8000FFFFu);
+}
+
+TEST_F(SystemErrorText, CodeZeroMeansTheLastPlatformError) {
+    sources.message = "x";
+    SetLastError(ERROR_PATH_NOT_FOUND);
+    vofs::SystemErrorText(0);
+    EXPECT_EQ(sources.messageCode, static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
+}
+
+TEST_F(SystemErrorText, SpecialRangesAskTheirOwnSources) {
+    sources.providerError = 42;
+    sources.providerText = "The share went away";
+    sources.providerName = "Example Network";
+    EXPECT_EQ(vofs::SystemErrorText(1208), L"Example Network returned error #42 The share went away.");
+
+    sources.remoteAccess = "The port is already in use";
+    EXPECT_EQ(vofs::SystemErrorText(602), L"The port is already in use.");
+    sources.remoteAccess.clear();
+    EXPECT_EQ(vofs::SystemErrorText(799), L".") << "no remote-access text";
+
+    sources.serverReply = "550 No such file or directory\r\n";
+    EXPECT_EQ(vofs::SystemErrorText(12003), L"550 No such file or directory.");
+
+    sources.message = "The operation timed out\r\n";
+    EXPECT_EQ(vofs::SystemErrorText(12002), L"The operation timed out.");
+    EXPECT_EQ(sources.messageFlags, static_cast<DWORD>(FORMAT_MESSAGE_FROM_HMODULE));
+    EXPECT_EQ(sources.messageModule, kInternetModule);
+
+    sources.internetLoaded = false;
+    sources.message = "must not be used";
+    EXPECT_EQ(vofs::SystemErrorText(12029), L".") << "no text when the internet module is not loaded";
+
+    // Just outside the internet range the system table answers again.
+    sources.message = "System text";
+    EXPECT_EQ(vofs::SystemErrorText(13000), L"System text.");
+    EXPECT_EQ(sources.messageFlags, static_cast<DWORD>(FORMAT_MESSAGE_FROM_SYSTEM));
+}
+
+TEST_F(SystemErrorText, LeavesTheLastPlatformErrorAsItWas) {
+    sources.message = "x";
+    SetLastError(1234);
+    vofs::SystemErrorText(5);
+    EXPECT_EQ(GetLastError(), 1234u);
+}
+
+TEST(SystemErrorTextOfThePlatform, IsTheSystemsOwnText) {
+    const std::wstring text = vofs::SystemErrorText(ERROR_FILE_NOT_FOUND);
+    ASSERT_GT(text.size(), 1u);
+    EXPECT_EQ(text.back(), L'.');
+    EXPECT_NE(text.substr(text.size() - 2), L"..");
+    EXPECT_EQ(text.find(L"\r\n"), std::wstring::npos);
+    EXPECT_EQ(vofs::SystemErrorText(0x7FF0), L".") << "a code without text";
+}
+
+TEST(RaiseSystemError, NumberSourceAndDescription) {
+    const std::wstring platformText = vofs::SystemErrorText(5);
+    struct Case {
+        const wchar_t* description;
+        std::wstring expected;
+    };
+    const Case cases[] = {
+        {L"", platformText},
+        {L"Cannot open", L"Cannot open.\r\n" + platformText},
+        {L"  Cannot open  ", L"Cannot open.\r\n" + platformText},
+        {L"Really?", L"Really?\r\n" + platformText},
+        {L"Stop!", L"Stop!\r\n" + platformText},
+        {L"Done.", L"Done.\r\n" + platformText},
+    };
+    for (const Case& c : cases) {
+        const ErrorRecord error = CaughtError([&] { RaiseSystemError(5, L"FileSystemLib", c.description); });
+        EXPECT_EQ(error.number, System(5));
+        EXPECT_EQ(error.source, L"FileSystemLib");
+        EXPECT_EQ(error.description, c.expected) << std::wstring(c.description).size();
+    }
+}
+
+TEST(RaiseSystemError, CodesThatDoNotFitOverflow) {
+    EXPECT_EQ(CaughtError([] { RaiseSystemError(2, L"X"); }).number, System(2));
+    EXPECT_EQ(CaughtError([] { RaiseSystemError(0x7FF8FFFF, L"X"); }).number, static_cast<HRESULT>(0xFFFFFFFF));
+    EXPECT_EQ(CaughtError([] { RaiseSystemError(0x7FF90000, L"X"); }).number, RunTime(6));
+    EXPECT_EQ(CaughtError([] { RaiseSystemError(-1, L"X"); }).number, RunTime(6));
+}
+
+TEST(RaiseSystemError, DefaultsToTheLastErrorAndTheHostsName) {
+    SetLastError(ERROR_PATH_NOT_FOUND);
+    const ErrorRecord error = CaughtError([] { RaiseSystemError(0, L""); });
+    EXPECT_EQ(error.number, System(ERROR_PATH_NOT_FOUND));
+    EXPECT_EQ(error.source, HostApplicationName());
+    EXPECT_EQ(HostApplicationName().substr(0, 13), L"vofslib_tests");
+}
+
+TEST(TextBeforeNul, CutsAtTheFirstNul) {
+    EXPECT_EQ(TextBeforeNul(std::wstring(L"ab\0cd", 5)), L"ab");
+    EXPECT_EQ(TextBeforeNul(std::wstring(L"abc")), L"abc");
+    EXPECT_EQ(TextBeforeNul(std::string("\0x", 2)), "");
+}
+
+}  // namespace
+}  // namespace vofs::testing

@@ -1,0 +1,83 @@
+#pragma once
+// Helpers shared by the C++ tests.
+
+#include "common/bstr.h"
+#include "common/error.h"
+#include "common/platform_headers.h"
+#include "common/thread_state.h"
+#include "common/variant.h"
+
+#include <string>
+
+namespace vofs::testing {
+
+// The error a failed call left: its HRESULT and the thread's error information.
+struct ErrorRecord {
+    HRESULT number = S_OK;
+    std::wstring source;
+    std::wstring description;
+};
+
+inline ErrorRecord TakeError(HRESULT number) {
+    ErrorRecord record{number, {}, {}};
+    ComPtr<IErrorInfo> info;
+    if (GetErrorInfo(0, &info) == S_OK && info) {
+        Bstr source, description;
+        info->GetSource(source.Receive());
+        info->GetDescription(description.Receive());
+        record.source = source.View();
+        record.description = description.View();
+    }
+    return record;
+}
+
+// The error an AutomationError-throwing library routine raised.
+template <class Call>
+ErrorRecord CaughtError(Call call) {
+    try {
+        call();
+    } catch (const AutomationError& error) {
+        return {error.Number(), error.Source(), error.Description()};
+    }
+    return {};
+}
+
+inline constexpr HRESULT RunTime(long number) { return static_cast<HRESULT>(0x800A0000UL | number); }
+inline constexpr HRESULT System(long code) { return static_cast<HRESULT>(0x80070000UL + code); }
+
+// The folder of the running test program (the DLL is built next to it).
+std::wstring ProgramFolder();
+
+// A fresh folder under the temporary folder, removed with its contents at the end.
+class ScratchFolder {
+public:
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+    const std::wstring& Path() const { return path_; }
+    // Path() + "\" + name
+    std::wstring operator/(const std::wstring& name) const { return path_ + L"\\" + name; }
+    // Writes a file with the given bytes below the folder.
+    std::wstring WriteFile(const std::wstring& name, const std::string& content = {}) const;
+    std::wstring MakeFolder(const std::wstring& name) const;
+
+private:
+    std::wstring path_;
+};
+
+// Restores this thread's WideCallSupport setting at the end of a test.
+class WideCallSettingGuard {
+public:
+    WideCallSettingGuard() : saved_(ThisThread().wideCallSupport) {}
+    ~WideCallSettingGuard() { ThisThread().wideCallSupport = saved_; }
+
+private:
+    long saved_;
+};
+
+Variant LongValue(LONG value);
+Variant StringValue(const std::wstring& value);
+Variant DoubleValue(double value);
+
+}  // namespace vofs::testing

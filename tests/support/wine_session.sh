@@ -1,0 +1,76 @@
+#!/usr/bin/env bash
+# Starts or stops the Wine session that every test of a run shares.
+#   wine_session.sh start BIN_DIR   creates the prefix when missing, starts an X display
+#                                   (Xvfb) and one persistent wineserver, starts Wine's
+#                                   desktop process on that display, and prepares the
+#                                   win98 program versions
+#   wine_session.sh stop            ends the wineserver and the display
+# WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES come from the caller's environment. The
+# session's display is written to $WINEPREFIX/session.env, which in_session.sh reads.
+#
+# Wine starts long-lived helper processes (services, the desktop) on first use; they
+# inherit the output of the process that needed them, and ctest waits until every holder
+# of a test's output has exited. So every Wine command here has its output redirected,
+# and the desktop is started here, on the session's display, before any test runs.
+set -euo pipefail
+
+session_file="$WINEPREFIX/session.env"
+
+start_display() {
+  command -v Xvfb >/dev/null || { echo "Xvfb is not installed: tests that need a display will skip"; return 0; }
+  local n
+  for n in $(seq 90 190); do
+    [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ] && continue
+    Xvfb ":$n" -nolisten tcp -screen 0 1280x1024x24 </dev/null >/dev/null 2>&1 &
+    local pid=$!
+    for _ in $(seq 50); do
+      [ -e "/tmp/.X11-unix/X$n" ] && break
+      sleep 0.1
+    done
+    printf 'export DISPLAY=:%s\nexport VOFS_DISPLAY_READY=1\nxvfb_pid=%s\n' "$n" "$pid" > "$session_file"
+    return 0
+  done
+  echo "no free X display number: tests that need a display will skip"
+}
+
+case "${1:-}" in
+  start)
+    bin_dir=$2
+    mkdir -p "$WINEPREFIX"
+    "$0" stop
+    : > "$session_file"
+    start_display
+    # shellcheck disable=SC1090
+    . "$session_file"
+    if [ ! -f "$WINEPREFIX/system.reg" ]; then
+      echo "creating Wine prefix $WINEPREFIX (the first start takes a while)"
+      wineboot -i </dev/null >/dev/null 2>&1
+    fi
+    wineserver -p </dev/null >/dev/null 2>&1 || true
+    # Programs that run as on Windows 98: the ANSI and non-NT branches are tested for real.
+    syswow64="$WINEPREFIX/drive_c/windows/syswow64"
+    cp -f "$syswow64/cscript.exe" "$syswow64/cscript98.exe"
+    for program in cscript98.exe vofslib_tests98.exe; do
+      wine reg add "HKCU\\Software\\Wine\\AppDefaults\\$program" /v Version /d win98 /f </dev/null >/dev/null 2>&1
+    done
+    # Starts the desktop process (on this display) with its output going nowhere.
+    wine rundll32.exe user32.dll,GetDesktopWindow </dev/null >/dev/null 2>&1 || true
+    if [ -f "$bin_dir/vofslib_tests.exe" ]; then
+      cp -f "$bin_dir/vofslib_tests.exe" "$bin_dir/vofslib_tests98.exe"
+    fi
+    ;;
+  stop)
+    wineserver -k </dev/null >/dev/null 2>&1 || true
+    if [ -f "$session_file" ]; then
+      xvfb_pid=
+      # shellcheck disable=SC1090
+      . "$session_file"
+      [ -n "$xvfb_pid" ] && kill "$xvfb_pid" 2>/dev/null || true
+      rm -f "$session_file"
+    fi
+    ;;
+  *)
+    echo "usage: $0 start BIN_DIR | stop" >&2
+    exit 2
+    ;;
+esac
