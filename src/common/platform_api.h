@@ -48,6 +48,9 @@ struct PlatformApi {
     // network names
     VOFS_PLATFORM_CALL(WNetGetConnectionW)
     VOFS_PLATFORM_CALL(WNetGetConnectionA)
+    // internet names
+    VOFS_PLATFORM_CALL(InternetCanonicalizeUrlW)
+    VOFS_PLATFORM_CALL(InternetCanonicalizeUrlA)
     // volumes
     VOFS_PLATFORM_CALL(GetLogicalDriveStringsA)
     VOFS_PLATFORM_CALL(GetVolumeInformationW)

@@ -37,4 +37,6 @@ bool UseWideCalls() {
     return state.wideCallSupport != kAnsiVersion && state.platformIsNt;
 }
 
+bool FtpUseWideCalls() { return false; }
+
 }  // namespace vofs

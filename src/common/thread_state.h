@@ -37,4 +37,8 @@ bool IsPlatformNT();
 // platform is not of the NT family.
 bool UseWideCalls();
 
+// The FTP layer's variant of the rule: it always answers false, so every internet call
+// takes its ANSI form (the wide branches are kept, unused, beside them).
+bool FtpUseWideCalls();
+
 }  // namespace vofs

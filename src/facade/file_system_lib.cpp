@@ -1,10 +1,13 @@
 #include "facade/file_system_lib.h"
 
 #include "common/browse_dialog.h"
+#include "common/file_calls.h"
+#include "common/system_error.h"
 #include "common/item_exists.h"
 #include "common/platform_api.h"
 #include "facade/byte_display.h"
 #include "facade/temp_names.h"
+#include "paths/path.h"
 #include "paths/path_text.h"
 
 namespace vofs {
@@ -14,6 +17,13 @@ namespace {
 // a stand-in object.
 [[noreturn]] void RaiseNotAvailable(std::wstring_view member) {
     throw AutomationError(E_NOTIMPL, std::wstring(member) + L" is not available in this version of the library.");
+}
+
+std::wstring PlatformPathOf(BSTR text) { return Path::Parse(Bstr::View(text))->PlatformPath(); }
+
+// Single file operations report the platform's failure under this class's name.
+void CheckFileOperation(bool succeeded) {
+    if (!succeeded) RaiseSystemError(static_cast<long>(GetLastError()), FileSystemLib::kClassName);
 }
 
 bool IsDirectory(DWORD attributes) {
@@ -45,8 +55,8 @@ HRESULT FileSystemLib::get_DefaultProxy(_ProxySettings** value) {
     return Get(value, []() -> ComPtr<_ProxySettings> { RaiseNotAvailable(L"DefaultProxy"); });
 }
 
-HRESULT FileSystemLib::GetPathObject(BSTR, _Path** value) {
-    return Get(value, []() -> ComPtr<_Path> { RaiseNotAvailable(L"GetPathObject"); });
+HRESULT FileSystemLib::GetPathObject(BSTR FullPath, _Path** value) {
+    return Get(value, [&] { return Path::Parse(Bstr::View(FullPath)); });
 }
 
 HRESULT FileSystemLib::GetTempFolderPath(BSTR* value) {
@@ -87,24 +97,36 @@ HRESULT FileSystemLib::ParentFromPath(BSTR Path, BSTR* value) {
     return Get(value, [&] { return path_text::ParentFromPath(Bstr::View(Path)); });
 }
 
-HRESULT FileSystemLib::RenameFolderItem(BSTR, BSTR) {
-    return Run([] { RaiseNotAvailable(L"RenameFolderItem"); });
+HRESULT FileSystemLib::RenameFolderItem(BSTR SourcePath, BSTR DestinationPath) {
+    return Run([&] {
+        CheckFileOperation(fs::MoveItem(PlatformPathOf(SourcePath), PlatformPathOf(DestinationPath)));
+    });
 }
 
-HRESULT FileSystemLib::CopyFolderItem(BSTR, BSTR, VARIANT_BOOL) {
-    return Run([] { RaiseNotAvailable(L"CopyFolderItem"); });
+HRESULT FileSystemLib::CopyFolderItem(BSTR SourcePath, BSTR DestinationPath, VARIANT_BOOL failifexists) {
+    return Run([&] {
+        CheckFileOperation(fs::CopyItem(PlatformPathOf(SourcePath), PlatformPathOf(DestinationPath),
+                                        failifexists != VARIANT_FALSE));
+    });
 }
 
-HRESULT FileSystemLib::MoveFolderItem(BSTR, BSTR, FileMoveOptions) {
-    return Run([] { RaiseNotAvailable(L"MoveFolderItem"); });
+HRESULT FileSystemLib::MoveFolderItem(BSTR SourcePath, BSTR DestinationPath, FileMoveOptions MoveOptions) {
+    return Run([&] {
+        const std::wstring source = PlatformPathOf(SourcePath);
+        const std::wstring destination = PlatformPathOf(DestinationPath);
+        // Kept as the library has always done it: the options reach MoveFileEx only on
+        // platforms outside the NT family; on NT a plain MoveFile runs.
+        CheckFileOperation(IsPlatformNT() ? fs::MoveItem(source, destination)
+                                          : fs::MoveItemWithOptions(source, destination, MoveOptions));
+    });
 }
 
-HRESULT FileSystemLib::DeleteFolderItem(BSTR) {
-    return Run([] { RaiseNotAvailable(L"DeleteFolderItem"); });
+HRESULT FileSystemLib::DeleteFolderItem(BSTR Path) {
+    return Run([&] { CheckFileOperation(fs::RemoveFile(PlatformPathOf(Path))); });
 }
 
-HRESULT FileSystemLib::GetPlatformPath(BSTR, BSTR* value) {
-    return Get(value, []() -> std::wstring { RaiseNotAvailable(L"GetPlatformPath"); });
+HRESULT FileSystemLib::GetPlatformPath(BSTR FullPath, BSTR* value) {
+    return Get(value, [&] { return PlatformPathOf(FullPath); });
 }
 
 HRESULT FileSystemLib::SetErrorMode(VARIANT* NewValue, ErrorModes* value) {

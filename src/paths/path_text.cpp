@@ -3,6 +3,47 @@
 namespace vofs::path_text {
 namespace {
 
+constexpr std::wstring_view kSchemeMark = L"://";
+constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
+constexpr std::wstring_view kLongSharePrefix = L"\\\\?\\UNC\\";
+
+wchar_t LowerAscii(wchar_t c) { return c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c + (L'a' - L'A')) : c; }
+
+bool StartsWithIgnoringCase(std::wstring_view text, std::wstring_view prefix) {
+    if (text.size() < prefix.size()) return false;
+    for (size_t i = 0; i < prefix.size(); ++i) {
+        if (LowerAscii(text[i]) != LowerAscii(prefix[i])) return false;
+    }
+    return true;
+}
+
+std::wstring Lowered(std::wstring_view text) {
+    std::wstring result(text);
+    for (wchar_t& c : result) c = LowerAscii(c);
+    return result;
+}
+
+// "\\?*\*": two backslashes, at least one character, then a backslash somewhere.
+bool IsShareText(std::wstring_view text) {
+    return text.size() >= 4 && text[0] == L'\\' && text[1] == L'\\' && text.find(L'\\', 3) != std::wstring_view::npos;
+}
+
+// "[A-z]:" with the range in code order, which also admits [ \ ] ^ _ and `.
+bool IsDriveText(std::wstring_view text) {
+    return text.size() >= 2 && text[0] >= L'A' && text[0] <= L'z' && text[1] == L':';
+}
+
+std::vector<std::wstring> SplitAt(std::wstring_view text, wchar_t separator) {
+    std::vector<std::wstring> pieces;
+    size_t start = 0;
+    for (;;) {
+        const size_t end = text.find(separator, start);
+        pieces.emplace_back(text.substr(start, end == std::wstring_view::npos ? std::wstring_view::npos : end - start));
+        if (end == std::wstring_view::npos) return pieces;
+        start = end + 1;
+    }
+}
+
 bool IsBoundary(wchar_t c) { return IsSeparator(c) || c == L':'; }
 
 // Position of the last "/", "\" or ":" before the last character, or npos.
@@ -15,6 +56,129 @@ size_t LastBoundary(std::wstring_view text) {
 }
 
 }  // namespace
+
+std::optional<ParsedPath> ParsePath(std::wstring_view input) {
+    std::wstring text(TrimBlanks(input));
+    if (StartsWithIgnoringCase(text, kLongSharePrefix)) {
+        text.replace(0, kLongSharePrefix.size(), L"\\\\");
+    } else if (StartsWithIgnoringCase(text, kLongPrefix)) {
+        text.erase(0, kLongPrefix.size());
+    }
+
+    ParsedPath path;
+    path.fullPath = text;
+    const size_t scheme = text.find(kSchemeMark);
+    if (scheme == std::wstring::npos) {
+        if (IsShareText(text)) {
+            path.isNetShare = true;
+        } else if (IsDriveText(text)) {
+            path.isLogical = true;
+        } else {
+            return std::nullopt;
+        }
+    } else {
+        path.isUrl = true;
+        path.separator = L'/';
+        path.altSeparator = L'\\';
+        path.protocol = Lowered(std::wstring_view(text).substr(0, text.find(L':')));
+        if (path.protocol == L"file") {
+            // file:///C:/dir names a drive, file://server/share a share.
+            const bool drive = text.find(L':', 7) != std::wstring::npos;
+            path.isLogical = drive;
+            path.isNetShare = !drive;
+        }
+    }
+
+    std::wstring working = text;
+    for (wchar_t& c : working) {
+        if (c == path.altSeparator) c = path.separator;
+    }
+    if (!working.empty() && IsSeparator(working.back())) working.pop_back();
+    const size_t scanStart = path.isUrl ? scheme + kSchemeMark.size() : 0;
+    const size_t first = scanStart < working.size() ? working.find_first_not_of(L"/\\", scanStart) : std::wstring::npos;
+    if (first != std::wstring::npos) path.segments = SplitAt(std::wstring_view(working).substr(first), path.separator);
+    return path;
+}
+
+std::wstring RootPath(const ParsedPath& path) {
+    const std::wstring& text = path.fullPath;
+    // A URL's scan starts at the second character after "://".
+    const size_t start = path.isUrl ? text.find(kSchemeMark) + kSchemeMark.size() + 1 : 0;
+    bool firstRun = false;       // a name run after a separator has begun
+    bool secondRun = false;      // a second one has begun
+    bool afterSeparator = false;
+    for (size_t at = start; at < text.size(); ++at) {
+        if (!IsSeparator(text[at])) {
+            if (!firstRun && afterSeparator) {
+                firstRun = true;
+            } else if (!secondRun && afterSeparator) {
+                secondRun = true;
+            }
+            afterSeparator = false;
+            continue;
+        }
+        if (firstRun && !path.isNetShare) return text.substr(0, at);
+        if (secondRun && path.isNetShare) return text.substr(0, at);
+        if (path.isUrl && !afterSeparator) return text.substr(0, at);
+        if (path.isLogical) return text.substr(0, at + 1);
+        afterSeparator = true;
+    }
+    return text;
+}
+
+std::wstring RelativePath(const ParsedPath& path) {
+    const size_t rootSegments = path.isNetShare ? 2 : 1;
+    std::wstring relative;
+    for (size_t index = rootSegments; index < path.segments.size(); ++index) {
+        relative += path.separator;
+        relative += path.segments[index];
+    }
+    if (relative.empty()) relative = path.separator;
+    return relative;
+}
+
+bool IsRootRelative(std::wstring_view relative) { return relative.empty() || relative == L"\\" || relative == L"/"; }
+
+std::wstring ExtensionOf(std::wstring_view name) {
+    const size_t dot = name.rfind(L'.');
+    return dot == std::wstring_view::npos ? std::wstring() : std::wstring(name.substr(dot));
+}
+
+std::wstring PlatformForm(const ParsedPath& path, bool wideCalls) {
+    std::wstring form;
+    for (size_t index = 0; index < path.segments.size(); ++index) {
+        if (index) form += path.separator;
+        form += path.segments[index];
+    }
+    if (!path.isUrl) {
+        if (path.isNetShare) {
+            form.insert(0, wideCalls ? kLongSharePrefix : std::wstring_view(L"\\\\"));
+        } else if (wideCalls) {
+            form.insert(0, kLongPrefix);
+        }
+    }
+    if (path.isLogical && !form.empty() && form.back() == L':') form += path.separator;
+    if (path.isUrl && form.empty()) form = path.separator;
+    return form;
+}
+
+std::wstring JoinPath(std::wstring base, wchar_t separator, wchar_t altSeparator,
+                      const std::vector<std::wstring>& elements) {
+    if (!base.empty() && (base.back() == separator || base.back() == altSeparator)) base.pop_back();
+    for (const std::wstring& element : elements) {
+        std::wstring text(TrimBlanks(element));
+        for (wchar_t& c : text) {
+            if (c == altSeparator) c = separator;
+        }
+        if (text.empty()) continue;
+        for (const std::wstring& piece : SplitAt(text, separator)) {
+            if (piece.empty()) continue;
+            base += separator;
+            base += piece;
+        }
+    }
+    return base;
+}
 
 std::wstring_view TrimBlanks(std::wstring_view text) {
     const size_t first = text.find_first_not_of(L' ');
@@ -36,12 +200,12 @@ std::wstring ParentFromPath(std::wstring_view path) {
     const size_t boundary = LastBoundary(text);
     if (boundary == std::wstring_view::npos) return std::wstring(text);
     // The slash of "scheme://": a URL host has no parent.
-    if (boundary >= 2 && text.substr(boundary - 2, 3) == L"://") return {};
+    if (boundary >= 2 && text.substr(boundary - 2, 3) == kSchemeMark) return {};
     return std::wstring(text.substr(0, boundary));
 }
 
 std::wstring NormalizePath(std::wstring_view path) {
-    const wchar_t separator = path.find(L"://") == std::wstring_view::npos ? L'\\' : L'/';
+    const wchar_t separator = path.find(kSchemeMark) == std::wstring_view::npos ? L'\\' : L'/';
     std::wstring result(path);
     if (result.empty() || !IsSeparator(result.back())) result += separator;
     return result;
