@@ -5,10 +5,11 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 tools/build.sh
 
-export WINEPREFIX="$PWD/build/wineprefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
-tests/support/wine_session.sh start "$PWD/build/bin"
-trap 'tests/support/wine_session.sh stop' EXIT
-wine regsvr32 /s "$PWD/build/bin/vofslib.dll"
+root=$PWD
+export WINEPREFIX="$root/build/wineprefix" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+"$root/tests/support/wine_session.sh" start "$root/build/bin"
+trap '"$root/tests/support/wine_session.sh" stop' EXIT
+wine regsvr32 /s "$root/build/bin/vofslib.dll"
 
 cd examples
 for script in *.vbs *.js; do
