@@ -61,6 +61,8 @@ struct PlatformApi {
     VOFS_PLATFORM_CALL(SystemTimeToFileTime)
     VOFS_PLATFORM_CALL(FileTimeToLocalFileTime)
     VOFS_PLATFORM_CALL(LocalFileTimeToFileTime)
+    VOFS_PLATFORM_CALL(SystemTimeToVariantTime)
+    VOFS_PLATFORM_CALL(VariantTimeToSystemTime)
     // folder browser
     VOFS_PLATFORM_CALL(SHGetSpecialFolderLocation)
     VOFS_PLATFORM_CALL(SHBrowseForFolderA)

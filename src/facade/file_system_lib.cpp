@@ -9,6 +9,7 @@
 #include "facade/temp_names.h"
 #include "paths/path.h"
 #include "paths/path_text.h"
+#include "system/volumes.h"
 
 namespace vofs {
 namespace {
@@ -144,7 +145,7 @@ HRESULT FileSystemLib::get_TokenPrivileges(_TokenPrivileges** value) {
 }
 
 HRESULT FileSystemLib::get_Volumes(_Volumes** value) {
-    return Get(value, []() -> ComPtr<_Volumes> { RaiseNotAvailable(L"Volumes"); });
+    return Get(value, [] { return SharedVolumes(); });
 }
 
 HRESULT FileSystemLib::get_Impersonator(_Impersonator** value) {

@@ -1,14 +1,16 @@
 #include "frame/class_table.h"
 
 #include "facade/file_system_lib.h"
+#include "system/volume.h"
+#include "system/volumes.h"
 
 namespace vofs {
 
 std::span<const CreatableClass> CreatableClasses() {
     static const CreatableClass classes[] = {
         {CLSID_FileSystemLib, L"FileSystemLib", &CreateInstanceOf<FileSystemLib>},
-        {CLSID_Volumes, L"Volumes", nullptr},
-        {CLSID_Volume, L"Volume", nullptr},
+        {CLSID_Volumes, L"Volumes", &CreateInstanceOf<Volumes>},
+        {CLSID_Volume, L"Volume", &CreateInstanceOf<Volume>},
         {CLSID_FtpFileStream, L"FtpFileStream", nullptr},
     };
     return classes;

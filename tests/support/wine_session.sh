@@ -47,6 +47,12 @@ case "${1:-}" in
       wineboot -i </dev/null >/dev/null 2>&1
     fi
     wineserver -p </dev/null >/dev/null 2>&1 || true
+    # Test drives for the volume tests, made again on every start: v: is a folder of the
+    # build tree, w: a drive letter whose target does not exist (a drive without a root).
+    test_drive="$(dirname "$bin_dir")/test-drive-v"
+    mkdir -p "$test_drive"
+    ln -sfn "$test_drive" "$WINEPREFIX/dosdevices/v:"
+    ln -sfn "$(dirname "$bin_dir")/test-drive-w-missing" "$WINEPREFIX/dosdevices/w:"
     # Programs that run as on Windows 98: the ANSI and non-NT branches are tested for real.
     syswow64="$WINEPREFIX/drive_c/windows/syswow64"
     cp -f "$syswow64/cscript.exe" "$syswow64/cscript98.exe"

@@ -1,0 +1,235 @@
+#include "system/volumes.h"
+
+#include "common/platform_api.h"
+#include "common/system_error.h"
+#include "frame/module.h"
+#include "paths/path.h"
+
+#include <algorithm>
+#include <string>
+
+namespace vofs {
+namespace {
+
+// 13 drive entries of 4 characters ("c:\" and a NUL) and one more character. With more
+// drives the platform answers with the size it needs and fills nothing, so the list is
+// then taken as the empty buffer stands.
+constexpr DWORD kDriveListLength = 53;
+
+std::wstring Lowered(std::wstring text) {
+    if (!text.empty()) CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
+    return text;
+}
+
+ComPtr<Volume> Find(const std::vector<std::pair<std::wstring, ComPtr<Volume>>>& entries, const std::wstring& key) {
+    for (const auto& [entryKey, volume] : entries) {
+        if (entryKey == key) return volume;
+    }
+    return nullptr;
+}
+
+// Puts the volume under the key, in place of an entry that had it (the new one goes last).
+void Put(std::vector<std::pair<std::wstring, ComPtr<Volume>>>& entries, std::wstring key, ComPtr<Volume> volume) {
+    std::erase_if(entries, [&](const auto& entry) { return entry.first == key; });
+    entries.emplace_back(std::move(key), std::move(volume));
+}
+
+bool IsNumber(VARTYPE type) {
+    switch (type) {
+        case VT_I1: case VT_I2: case VT_I4: case VT_I8: case VT_INT:
+        case VT_UI1: case VT_UI2: case VT_UI4: case VT_UI8: case VT_UINT:
+        case VT_R4: case VT_R8: case VT_CY: case VT_DECIMAL:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// The key of a drive entry: a drive path's first character, lower-cased.
+std::wstring DriveKey(const std::wstring& text) { return Lowered(text.substr(0, 1)); }
+
+// An enumerator over a snapshot of the drives, for For Each.
+class VolumeEnumerator final : public IEnumVARIANT {
+public:
+    static ComPtr<VolumeEnumerator> Make(std::vector<ComPtr<IDispatch>> items, size_t position = 0) {
+        return ComPtr<VolumeEnumerator>(new VolumeEnumerator(std::move(items), position));
+    }
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        if (!out) return E_POINTER;
+        if (iid != IID_IUnknown && iid != IID_IEnumVARIANT) {
+            *out = nullptr;
+            return E_NOINTERFACE;
+        }
+        *out = static_cast<IEnumVARIANT*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&references_)); }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const LONG remaining = InterlockedDecrement(&references_);
+        if (remaining == 0) delete this;
+        return static_cast<ULONG>(remaining);
+    }
+
+    HRESULT STDMETHODCALLTYPE Next(ULONG wanted, VARIANT* values, ULONG* fetched) override {
+        if (!values || (wanted > 1 && !fetched)) return E_POINTER;
+        ULONG count = 0;
+        for (; count < wanted && position_ < items_.size(); ++count, ++position_) {
+            VariantInit(&values[count]);
+            V_VT(&values[count]) = VT_DISPATCH;
+            V_DISPATCH(&values[count]) = items_[position_].Get();
+            items_[position_]->AddRef();
+        }
+        if (fetched) *fetched = count;
+        return count == wanted ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE Skip(ULONG count) override {
+        const size_t left = items_.size() - position_;
+        position_ += std::min<size_t>(count, left);
+        return count <= left ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE Reset() override {
+        position_ = 0;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT** copy) override {
+        if (!copy) return E_POINTER;
+        *copy = nullptr;
+        try {
+            *copy = Make(items_, position_).Detach();
+            return S_OK;
+        } catch (...) {
+            return E_OUTOFMEMORY;
+        }
+    }
+
+private:
+    VolumeEnumerator(std::vector<ComPtr<IDispatch>> items, size_t position)
+        : items_(std::move(items)), position_(position) {
+        module::ObjectCreated();
+    }
+    ~VolumeEnumerator() { module::ObjectDestroyed(); }
+
+    LONG references_ = 0;
+    std::vector<ComPtr<IDispatch>> items_;
+    size_t position_;
+};
+
+}  // namespace
+
+Volumes::Volumes() {
+    // A collection that cannot list the drives is still usable: BindToVolume works.
+    try {
+        ReadDrives();
+    } catch (const AutomationError&) {
+    }
+}
+
+Volumes::~Volumes() {
+    if (sharedBy_ && sharedBy_->sharedVolumes == this) sharedBy_->sharedVolumes = nullptr;
+}
+
+void Volumes::ReadDrives() {
+    std::string buffer(kDriveListLength, '\0');
+    const DWORD length = api.GetLogicalDriveStringsA(kDriveListLength, buffer.data());
+    if (length == 0) RaiseSystemError(static_cast<long>(GetLastError()), kClassName);
+    buffer.resize(std::min(length, kDriveListLength));
+
+    drives_.clear();
+    shares_.clear();
+    size_t start = 0;
+    while (start < buffer.size()) {
+        const size_t end = std::min(buffer.find('\0', start), buffer.size());
+        if (end > start) {
+            const std::wstring text(buffer.begin() + static_cast<std::ptrdiff_t>(start),
+                                    buffer.begin() + static_cast<std::ptrdiff_t>(end));
+            ComPtr<Volume> volume = Volume::Bind(text);
+            std::wstring key = DriveKey(volume->VolumeName());
+            Put(drives_, std::move(key), std::move(volume));
+        }
+        start = end + 1;
+    }
+}
+
+ComPtr<Volume> Volumes::Item(const VARIANT& index) const {
+    try {
+        const Variant actual = Variant::CopyOf(index);
+        if (IsNumber(actual.Type())) {
+            const LONG position = ToLong(*actual.Get());
+            if (position < 1 || position > Count()) return nullptr;
+            return drives_[static_cast<size_t>(position - 1)].second;
+        }
+        const std::wstring text = ToString(*actual.Get());
+        std::wstring key = Lowered(text);
+        try {
+            const ComPtr<Path> path = Path::Parse(text);
+            if (path->IsLogical()) key = DriveKey(path->FullPath());
+        } catch (const AutomationError&) {
+            // Not a path (a bare letter, for one): the text itself is the key.
+        }
+        return Find(drives_, key);
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+ComPtr<Volume> Volumes::BindToVolume(std::wstring_view path) {
+    ComPtr<Volume> volume = Volume::Bind(path);
+    volume->ReadData();
+    try {
+        if (volume->IsDrive()) {
+            Put(drives_, DriveKey(volume->VolumeName()), volume);
+        } else {
+            Put(shares_, Lowered(volume->VolumeName()), volume);
+        }
+    } catch (...) {
+        // The volume is the answer; keeping it in the collection is a convenience.
+    }
+    return volume;
+}
+
+ComPtr<Volume> Volumes::Lookup(const std::wstring& text) {
+    const Variant index = Variant::FromString(text);
+    if (ComPtr<Volume> volume = Item(*index.Get())) return volume;
+    if (ComPtr<Volume> volume = Find(shares_, Lowered(text))) return volume;
+    return BindToVolume(text);
+}
+
+// ---- _Volumes
+
+HRESULT Volumes::get_Count(LONG* value) {
+    return Get(value, [&] { return Count(); });
+}
+
+HRESULT Volumes::get_Item(VARIANT Index, _Volume** value) {
+    return Get(value, [&] { return Item(Index); });
+}
+
+HRESULT Volumes::NewEnum(IUnknown** value) {
+    return Get(value, [&] {
+        std::vector<ComPtr<IDispatch>> items;
+        items.reserve(drives_.size());
+        for (const auto& entry : drives_) items.emplace_back(entry.second->AsDispatch());
+        return VolumeEnumerator::Make(std::move(items));
+    });
+}
+
+HRESULT Volumes::Refresh() {
+    return Run([&] { ReadDrives(); });
+}
+
+HRESULT Volumes::BindToVolume(BSTR Path, _Volume** value) {
+    return Get(value, [&] { return BindToVolume(Bstr::View(Path)); });
+}
+
+ComPtr<Volumes> SharedVolumes() {
+    ThreadState& state = ThisThread();
+    if (state.sharedVolumes) return ComPtr<Volumes>(state.sharedVolumes);
+    ComPtr<Volumes> volumes = Volumes::Make();
+    volumes->sharedBy_ = &state;
+    state.sharedVolumes = volumes.Get();
+    return volumes;
+}
+
+}  // namespace vofs
