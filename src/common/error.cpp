@@ -49,6 +49,10 @@ void Raise(RunTimeError error, std::wstring_view source, std::wstring_view descr
     RaiseNumber(static_cast<long>(error), source, description);
 }
 
+void RaiseNotAvailable(std::wstring_view member) {
+    throw AutomationError(E_NOTIMPL, std::wstring(member) + L" is not available in this version of the library.");
+}
+
 void CheckCall(HRESULT result) {
     if (SUCCEEDED(result)) return;
     ComPtr<IErrorInfo> info;

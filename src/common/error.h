@@ -63,6 +63,11 @@ private:
 [[noreturn]] void RaiseNumber(long number, std::wstring_view source = {},
                               std::wstring_view description = {});
 
+// Members whose work belongs to classes not part of this build answer with this error
+// (E_NOTIMPL, "<member> is not available in this version of the library.") rather than
+// with a stand-in object.
+[[noreturn]] void RaiseNotAvailable(std::wstring_view member);
+
 // Checks the result of a call on another automation interface: a failure is raised again
 // with the callee's error information (number, source and description unchanged).
 void CheckCall(HRESULT result);

@@ -7,18 +7,14 @@
 #include "common/platform_api.h"
 #include "facade/byte_display.h"
 #include "facade/temp_names.h"
+#include "items/folder_enumerator.h"
+#include "items/folder_item.h"
 #include "paths/path.h"
 #include "paths/path_text.h"
 #include "system/volumes.h"
 
 namespace vofs {
 namespace {
-
-// Members whose classes are not part of this build answer with a clear error rather than
-// a stand-in object.
-[[noreturn]] void RaiseNotAvailable(std::wstring_view member) {
-    throw AutomationError(E_NOTIMPL, std::wstring(member) + L" is not available in this version of the library.");
-}
 
 std::wstring PlatformPathOf(BSTR text) { return Path::Parse(Bstr::View(text))->PlatformPath(); }
 
@@ -48,8 +44,8 @@ HRESULT FileSystemLib::put_WideCallSupport(WideCallSupportOptions value) {
     });
 }
 
-HRESULT FileSystemLib::GetFolderItem(BSTR, _FolderItem** value) {
-    return Get(value, []() -> ComPtr<_FolderItem> { RaiseNotAvailable(L"GetFolderItem"); });
+HRESULT FileSystemLib::GetFolderItem(BSTR Path, _FolderItem** value) {
+    return Get(value, [&] { return FolderItem::Open(Bstr::View(Path)); });
 }
 
 HRESULT FileSystemLib::get_DefaultProxy(_ProxySettings** value) {
@@ -174,8 +170,13 @@ HRESULT FileSystemLib::OpenTextStream(BSTR, TextStreamIoMode, FileShare, _ITextS
     return Get(value, []() -> ComPtr<_ITextStream> { RaiseNotAvailable(L"OpenTextStream"); });
 }
 
-HRESULT FileSystemLib::EnumFolder(BSTR, BSTR, _FolderEnumerator** value) {
-    return Get(value, []() -> ComPtr<_FolderEnumerator> { RaiseNotAvailable(L"EnumFolder"); });
+HRESULT FileSystemLib::EnumFolder(BSTR Path, BSTR Filter, _FolderEnumerator** value) {
+    return Get(value, [&] {
+        // The enumerator comes back whether or not the folder has an entry.
+        ComPtr<FolderEnumerator> entries = FolderEnumerator::Make();
+        entries->Open(Bstr::View(Path), Bstr::View(Filter));
+        return entries;
+    });
 }
 
 HRESULT FileSystemLib::BrowseToFolder(LONG hwnd, VirtualFolders TopFolder, BSTR Title, BrowseInFolderFlags Flags,

@@ -15,8 +15,12 @@
 //
 // The first interface is the default one (IDispatch and IUnknown resolve to it, and
 // errors carry its IID). Objects are made with Make(), which hands out the first
-// reference. A constructor must not hand out `this` as a counted reference. Methods of two interfaces with the same name and signature share one
-// implementation; where they must differ, the class overrides them in a small adapter.
+// reference. A constructor must not hand out `this` as a counted reference.
+//
+// Methods of two interfaces with the same name and signature share one implementation.
+// Where they must answer differently, the class lists an interface face instead of the
+// interface: a class derived from InterfaceFace<I> that implements the member for that
+// interface alone (see FolderEnumerator).
 
 #include "common/bstr.h"
 #include "common/error.h"
@@ -69,15 +73,37 @@ void Store(IDispatch** out, const ComPtr<Object>& object) {
     *out = raw;
 }
 
+// ---- interface faces
+
+// The base of an adapter that implements some members of one interface on their own.
+template <class I>
+class InterfaceFace : public DispatchOf<I> {
+public:
+    using Interface = I;
+};
+
+// What a class lists: a plain interface (dispatched as it is) or a face of one.
+template <class Listed>
+struct InterfaceSlot {
+    using Base = DispatchOf<Listed>;
+    using Interface = Listed;
+};
+template <class Listed>
+    requires requires { typename Listed::Interface; }
+struct InterfaceSlot<Listed> {
+    using Base = Listed;
+    using Interface = typename Listed::Interface;
+};
+
 // ---- the class template
 
 template <class Derived, class... Interfaces>
-class ComObject : public DispatchOf<Interfaces>...,
+class ComObject : public InterfaceSlot<Interfaces>::Base...,
                   public ISupportErrorInfo,
                   public ILibraryObject,
                   public LibraryObject {
 public:
-    using DefaultInterface = std::tuple_element_t<0, std::tuple<Interfaces...>>;
+    using DefaultInterface = typename InterfaceSlot<std::tuple_element_t<0, std::tuple<Interfaces...>>>::Interface;
 
     // A new object; the returned pointer holds its only reference. (Objects start with
     // no reference and the ComPtr constructor adds the first: MinGW's ComPtr::Attach
@@ -93,7 +119,7 @@ public:
         *out = nullptr;
         if (iid == IID_IUnknown || iid == IID_IDispatch) {
             *out = static_cast<DefaultInterface*>(this);
-        } else if (!((iid == __uuidof(Interfaces) ? (*out = static_cast<Interfaces*>(this), true) : false) || ...)) {
+        } else if (!(Offer<typename InterfaceSlot<Interfaces>::Interface>(iid, out) || ...)) {
             if (iid == IID_ISupportErrorInfo) {
                 *out = static_cast<ISupportErrorInfo*>(this);
             } else if (iid == __uuidof(ILibraryObject)) {
@@ -125,6 +151,13 @@ public:
     IDispatch* AsDispatch() { return static_cast<DefaultInterface*>(this); }
 
 protected:
+    template <class I>
+    bool Offer(REFIID iid, void** out) {
+        if (iid != __uuidof(I)) return false;
+        *out = static_cast<I*>(this);
+        return true;
+    }
+
     ComObject() {
         ThisThread();
         module::ObjectCreated();

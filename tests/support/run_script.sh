@@ -7,9 +7,9 @@
 #   run_script.sh SCRIPT HOST WORK_DIR      HOST: cscript or cscript98
 set -uo pipefail
 
-script=$1
+script=$(realpath "$1")
 host=$2
-work=$3
+work=$(realpath -m "$3")
 here=$(cd "$(dirname "$0")" && pwd)
 name=$(basename "$script")
 extension=${name##*.}
@@ -20,4 +20,18 @@ cd "$work"
 output=$(wine "$host" //nologo "$name" "$(winepath -w "$work/scratch")" 2>&1)
 printf '%s\n' "$output"
 if printf '%s\n' "$output" | grep -q '^FAIL'; then exit 1; fi
-printf '%s\n' "$output" | grep -q '^SCRIPT PASSED' || { echo "the script did not run to its end"; exit 1; }
+printf '%s\n' "$output" | grep -q '^SCRIPT PASSED' && exit 0
+
+echo "the script did not run to its end"
+if [ "$extension" = vbs ]; then
+  # Run it again with line markers to show where it stopped.
+  rm -rf "$work/scratch" && mkdir -p "$work/scratch"
+  "$here/trace_script.py" "$work/$name" "$work/traced.vbs"
+  last=$(wine "$host" //nologo traced.vbs "$(winepath -w "$work/scratch")" 2>&1 | tr -d '\r' | grep '^TRACE ' | tail -n 1 | cut -d' ' -f2)
+  lines_before=$(wc -l < "$here/../scripts/lib/check.$extension")
+  if [ -n "$last" ]; then
+    stopped=$(sed -n "$((last + 1)),\$p" "$work/$name" | grep -v -E "^\s*('|$)" | head -n 1)
+    echo "it stopped after line $((last - lines_before)) of $(basename "$script"), at: $stopped"
+  fi
+fi
+exit 1

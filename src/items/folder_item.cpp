@@ -1,0 +1,344 @@
+#include "items/folder_item.h"
+
+#include "common/file_calls.h"
+#include "common/system_error.h"
+#include "items/cascade_delete.h"
+#include "items/find_calls.h"
+#include "items/find_record.h"
+#include "items/folder_enumerator.h"
+#include "system/volumes.h"
+
+#include <array>
+
+namespace vofs {
+namespace {
+
+bool IsDirectory(DWORD attributes) {
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+[[noreturn]] void RaiseFailure(DWORD code) { RaiseSystemError(static_cast<long>(code), FolderItem::kClassName); }
+
+void CheckFileOperation(bool succeeded) {
+    if (!succeeded) RaiseFailure(GetLastError());
+}
+
+// Searches that find nothing are not failures: the item is simply not there.
+bool IsNotThere(DWORD code) {
+    return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND || code == ERROR_NO_MORE_FILES;
+}
+
+}  // namespace
+
+FolderItem::FolderItem() : record_(FindDataRecord::Make()), cached_(ThisThread().folderItemCachedDefault) {
+    record_->SetVersion(UseWideCalls() ? find_record::kWide : find_record::kAnsi);
+}
+
+ComPtr<FolderItem> FolderItem::ForPath(ComPtr<Path> path) {
+    if (!path) Raise(RunTimeError::InvalidCall, kClassName);
+    ComPtr<FolderItem> item = Make();
+    item->path_ = std::move(path);
+    item->RefreshNow();
+    return item;
+}
+
+ComPtr<FolderItem> FolderItem::Open(std::wstring_view path) { return ForPath(Path::Parse(path)); }
+
+void FolderItem::RefreshNow() {
+    initialized_ = false;
+    exists_ = false;
+    if (path_->IsRoot()) {
+        // A root exists when its volume does; the record is not touched.
+        try {
+            exists_ = SharedVolumes()->Lookup(path_->FullPath()) != nullptr;
+        } catch (const AutomationError&) {
+            exists_ = false;
+        }
+    } else {
+        // Searched into a separate buffer: a failed search leaves the record as it was.
+        alignas(8) std::array<uint8_t, find_record::kBufferSize> found{};
+        const FindHandle search = FindFirst(path_->PlatformPath(), record_->Version(), found.data());
+        if (!search) {
+            const DWORD code = GetLastError();
+            if (!IsNotThere(code)) RaiseFailure(code);
+        } else {
+            record_->InitializeFrom(found.data(), record_->Version());
+            exists_ = true;
+        }
+    }
+    initialized_ = true;
+}
+
+void FolderItem::RequireInitialized() const {
+    if (!initialized_) Raise(RunTimeError::InvalidCall, kClassName);
+}
+
+const FindDataRecord& FolderItem::Data() {
+    RequireInitialized();
+    if (!cached_ || !exists_) RefreshNow();
+    if (!exists_) Raise(RunTimeError::InvalidCall, kClassName);
+    return *record_.Get();
+}
+
+bool FolderItem::IsFolderNow() {
+    RequireInitialized();
+    if (!cached_ || !exists_) RefreshNow();
+    return (record_->Attributes() & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+void FolderItem::CreateFolderChain() {
+    RequireInitialized();
+    if (!cached_) RefreshNow();
+    // Server and share of a share path are never created.
+    ComPtr<Path> built = Path::Parse(path_->RootPath());
+    const std::vector<std::wstring>& segments = path_->Segments();
+    for (size_t index = path_->IsNetShare() ? 2 : 1; index < segments.size(); ++index) {
+        built = built->JoinedPath({segments[index]});
+        const std::wstring folder = built->PlatformPath();
+        if (IsDirectory(fs::Attributes(folder))) continue;
+        CheckFileOperation(fs::CreateFolder(folder));
+    }
+    RefreshNow();
+}
+
+void FolderItem::DeleteNow() {
+    RequireInitialized();
+    const std::wstring path = path_->PlatformPath();
+    CheckFileOperation(IsFolderNow() ? fs::RemoveFolder(path) : fs::RemoveFile(path));
+}
+
+ComPtr<FolderEnumerator> FolderItem::OpenEnumerator(BSTR filter) {
+    RequireInitialized();
+    if (!(cached_ && (path_->IsRoot() || exists_))) RefreshNow();
+    const bool folder = (record_->Attributes() & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    if (!folder && !path_->IsRoot()) Raise(RunTimeError::InvalidCall, kClassName);
+    ComPtr<FolderEnumerator> entries = FolderEnumerator::Make();
+    try {
+        entries->Open(path_->FullPath(), Bstr::View(filter));
+    } catch (const AutomationError& error) {
+        throw error.WithSource(kClassName);
+    }
+    return entries;
+}
+
+// ---- _FolderItem and _IFolderItem
+
+HRESULT FolderItem::get_Path(_Path** value) {
+    return Get(value, [&] {
+        RequireInitialized();
+        return path_;
+    });
+}
+
+HRESULT FolderItem::get_Path(_IPath** value) {
+    return Get(value, [&] {
+        RequireInitialized();
+        return path_;
+    });
+}
+
+HRESULT FolderItem::get_Name(BSTR* value) {
+    return Get(value, [&] {
+        RequireInitialized();
+        return exists_ ? record_->FileName() : path_->Name();
+    });
+}
+
+HRESULT FolderItem::put_Name(BSTR value) {
+    return Run([&] {
+        RequireInitialized();
+        // The item keeps its path and record: afterwards it names the old name.
+        const ComPtr<Path> parent = path_->ParentPath();
+        if (!parent) Raise(RunTimeError::InvalidCall, kClassName);
+        // The parent of an item at a drive's root comes as "C:\" already.
+        std::wstring target = parent->PlatformPath();
+        if (target.empty() || target.back() != L'\\') target += L'\\';
+        target += Bstr::View(value);
+        CheckFileOperation(fs::MoveItem(path_->PlatformPath(), target));
+    });
+}
+
+HRESULT FolderItem::get_Exists(VARIANT_BOOL* value) {
+    return Get(value, [&] {
+        RequireInitialized();
+        if (!(cached_ && exists_)) RefreshNow();
+        return exists_;
+    });
+}
+
+HRESULT FolderItem::CreateFolder() {
+    return Run([&] { CreateFolderChain(); });
+}
+
+HRESULT FolderItem::Delete() {
+    return Run([&] { DeleteNow(); });
+}
+
+HRESULT FolderItem::CascadeDelete(BSTR Filter, VARIANT_BOOL IgnoreErrors, VARIANT_BOOL ContentsOnly,
+                                  VARIANT_BOOL IncludeSubFolders, VARIANT_BOOL Recurse) {
+    return Run([&] {
+        RequireInitialized();
+        const CascadeOptions options{ToWString(Filter), IgnoreErrors != VARIANT_FALSE, ContentsOnly != VARIANT_FALSE,
+                                     IncludeSubFolders != VARIANT_FALSE, Recurse != VARIANT_FALSE};
+        vofs::CascadeDelete(static_cast<_IFolderItem*>(this), options);
+    });
+}
+
+HRESULT FolderItem::get_Size(VARIANT* value) {
+    return Get(value, [&] { return Data().FileSize(); });
+}
+
+HRESULT FolderItem::get_Attributes(FileAttributes* value) {
+    return Get(value, [&] { return static_cast<long>(Data().Attributes()); });
+}
+
+HRESULT FolderItem::put_Attributes(FileAttributes value) {
+    return Run([&] {
+        RequireInitialized();
+        CheckFileOperation(fs::SetAttributes(path_->PlatformPath(), static_cast<DWORD>(value)));
+        record_->SetAttributes(static_cast<DWORD>(value));
+    });
+}
+
+HRESULT FolderItem::get_CreationTime(DATE* value) {
+    return Get(value, [&] { return Data().CreationTime(); });
+}
+
+HRESULT FolderItem::get_LastWriteTime(DATE* value) {
+    return Get(value, [&] { return Data().LastWriteTime(); });
+}
+
+HRESULT FolderItem::get_LastAccessTime(DATE* value) {
+    return Get(value, [&] { return Data().LastAccessTime(); });
+}
+
+HRESULT FolderItem::get_PreciseCreationTime(VARIANT* value) {
+    return Get(value, [&] { return Data().PreciseCreationTime(); });
+}
+
+HRESULT FolderItem::get_PreciseLastWriteTime(VARIANT* value) {
+    return Get(value, [&] { return Data().PreciseLastWriteTime(); });
+}
+
+HRESULT FolderItem::get_PreciseLastAccessTime(VARIANT* value) {
+    return Get(value, [&] { return Data().PreciseLastAccessTime(); });
+}
+
+HRESULT FolderItem::get_IsFolder(VARIANT_BOOL* value) {
+    return Get(value, [&] { return IsFolderNow(); });
+}
+
+HRESULT FolderItem::get_PathIsRoot(VARIANT_BOOL* value) {
+    return Get(value, [&] {
+        RequireInitialized();
+        return path_->IsRoot();
+    });
+}
+
+HRESULT FolderItem::get_Parent(_IFolderItem** value) {
+    return Get(value, [&] {
+        RequireInitialized();
+        ComPtr<Path> parent = path_->ParentPath();
+        return parent ? ForPath(std::move(parent)) : ComPtr<FolderItem>();
+    });
+}
+
+HRESULT FolderItem::get_Cached(VARIANT_BOOL* value) {
+    return Get(value, [&] { return cached_; });
+}
+
+HRESULT FolderItem::put_Cached(VARIANT_BOOL value) {
+    return Run([&] { cached_ = value != VARIANT_FALSE; });
+}
+
+// The streams over an item's file come with the stream classes.
+HRESULT FolderItem::OpenBackupStreamReader(FileMode, FileAccess, FileShare, VARIANT_BOOL, LONG, VARIANT_BOOL,
+                                           _BackupStreamReader** value) {
+    return Get(value, [&]() -> ComPtr<_BackupStreamReader> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenBackupStreamReader");
+    });
+}
+
+HRESULT FolderItem::OpenBackupStreamReader(VARIANT_BOOL, LONG, VARIANT_BOOL, _BackupStreamReader** value) {
+    return Get(value, [&]() -> ComPtr<_BackupStreamReader> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenBackupStreamReader");
+    });
+}
+
+HRESULT FolderItem::OpenBackupStreamWriter(FileMode, FileAccess, FileShare, VARIANT_BOOL, VARIANT_BOOL,
+                                           _BackupStreamWriter** value) {
+    return Get(value, [&]() -> ComPtr<_BackupStreamWriter> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenBackupStreamWriter");
+    });
+}
+
+HRESULT FolderItem::OpenBackupStreamWriter(VARIANT_BOOL, VARIANT_BOOL, _BackupStreamWriter** value) {
+    return Get(value, [&]() -> ComPtr<_BackupStreamWriter> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenBackupStreamWriter");
+    });
+}
+
+HRESULT FolderItem::OpenStream(FileMode, FileAccess, FileShare, OpenFileFlags, _FileStream** value) {
+    return Get(value, [&]() -> ComPtr<_FileStream> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenStream");
+    });
+}
+
+HRESULT FolderItem::OpenStreamReader(_IFileStream** value) {
+    return Get(value, [&]() -> ComPtr<_IFileStream> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenStreamReader");
+    });
+}
+
+HRESULT FolderItem::OpenStreamWriter(_IFileStream** value) {
+    return Get(value, [&]() -> ComPtr<_IFileStream> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenStreamWriter");
+    });
+}
+
+HRESULT FolderItem::OpenTextStream(TextStreamIoMode, FileShare, _TextStream** value) {
+    return Get(value, [&]() -> ComPtr<_TextStream> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenTextStream");
+    });
+}
+
+HRESULT FolderItem::OpenTextStream(TextStreamIoMode, _ITextStream** value) {
+    return Get(value, [&]() -> ComPtr<_ITextStream> {
+        RequireInitialized();
+        RaiseNotAvailable(L"OpenTextStream");
+    });
+}
+
+HRESULT FolderItem::EnumFolder(BSTR Filter, _FolderEnumerator** value) {
+    return Get(value, [&] { return OpenEnumerator(Filter); });
+}
+
+HRESULT FolderItem::EnumFolder(BSTR Filter, _IFolderEnumerator** value) {
+    return Get(value, [&] { return OpenEnumerator(Filter); });
+}
+
+HRESULT FolderItem::Refresh() {
+    return Run([&] { RefreshNow(); });
+}
+
+HRESULT FolderItem::IsSupported(IFolderItemMembers, VARIANT_BOOL* value) {
+    return Get(value, [] { return true; });
+}
+
+HRESULT FolderItem::GetFolderItem(BSTR Path, _FolderItem** value) {
+    return Get(value, [&] { return Open(Bstr::View(Path)); });
+}
+
+HRESULT FolderItem::GetFolderItem(BSTR Path, _IFolderItem** value) {
+    return Get(value, [&] { return Open(Bstr::View(Path)); });
+}
+
+}  // namespace vofs
