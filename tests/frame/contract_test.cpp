@@ -78,6 +78,28 @@ protected:
     static inline ComPtr<ITypeLib> library_;
 };
 
+TEST_F(ContractTest, VersionRecord) {
+    const std::wstring path = ProgramFolder() + L"\\vofslib.dll";
+    DWORD ignored = 0;
+    const DWORD size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
+    ASSERT_GT(size, 0u);
+    std::vector<BYTE> record(size);
+    ASSERT_TRUE(GetFileVersionInfoW(path.c_str(), 0, size, record.data()));
+    VS_FIXEDFILEINFO* fixed = nullptr;
+    UINT length = 0;
+    ASSERT_TRUE(VerQueryValueW(record.data(), L"\\", reinterpret_cast<void**>(&fixed), &length));
+    EXPECT_EQ(fixed->dwFileVersionMS, MAKELONG(12, 1));
+    EXPECT_EQ(fixed->dwFileVersionLS, MAKELONG(4, 0));
+    auto text = [&](const wchar_t* name) {
+        wchar_t* value = nullptr;
+        const std::wstring query = std::wstring(L"\\StringFileInfo\\040904B0\\") + name;
+        return VerQueryValueW(record.data(), query.c_str(), reinterpret_cast<void**>(&value), &length)
+                   ? std::wstring(value) : std::wstring();
+    };
+    EXPECT_EQ(text(L"FileDescription"), L"Framework File System Library");
+    EXPECT_EQ(text(L"FileVersion"), L"1.12.0004");
+}
+
 TEST_F(ContractTest, LibraryAttributes) {
     TLIBATTR* attributes = nullptr;
     ASSERT_EQ(library_->GetLibAttr(&attributes), S_OK);

@@ -2,6 +2,7 @@
 // answers of IFolderEnumerator, and search failures and handle clean-up through the seam.
 
 #include "common/platform_api.h"
+#include "frame/module.h"
 #include "items/folder_enumerator.h"
 #include "support/test_support.h"
 
@@ -197,6 +198,23 @@ TEST_F(FolderEnumeratorTest, ReleasingAnOpenWalkClosesItsSearch) {
     entries = Opened(L"");
     entries.Reset();
     EXPECT_EQ(closeCalls, 3);
+}
+
+TEST_F(FolderEnumeratorTest, AWalkWithItemsLeavesNoObjectBehind) {
+    const long before = module::LiveObjects();
+    {
+        ComPtr<FolderEnumerator> entries = Opened(L"");
+        VARIANT_BOOL more = VARIANT_TRUE;
+        while (more) {
+            ComPtr<_IFolderItem> item, parent;
+            ComPtr<_Path> itemPath;
+            ASSERT_EQ(static_cast<_IFolderEnumerator*>(entries.Get())->GetFolderItem(&item), S_OK);
+            ASSERT_EQ(item->get_Parent(&parent), S_OK);
+            ASSERT_EQ(entries->get_ItemPath(&itemPath), S_OK);
+            ASSERT_EQ(entries->GetNextItem(&more), S_OK);
+        }
+    }
+    EXPECT_EQ(module::LiveObjects(), before);
 }
 
 }  // namespace
