@@ -33,6 +33,14 @@ Variant Variant::FromBool(bool value) {
     return result;
 }
 
+Variant Variant::FromObject(IDispatch* object) {
+    Variant result;
+    if (object) object->AddRef();
+    V_VT(result.Get()) = VT_DISPATCH;
+    V_DISPATCH(result.Get()) = object;
+    return result;
+}
+
 Variant Variant::CopyOf(const VARIANT& value) {
     Variant result;
     CheckConversion(VariantCopyInd(result.Get(), const_cast<VARIANT*>(&Deref(value))));

@@ -28,6 +28,8 @@ public:
     static Variant FromDecimal(const DECIMAL& number);
     static Variant FromString(std::wstring_view text);
     static Variant FromBool(bool value);
+    // An object reference (a new reference is taken).
+    static Variant FromObject(IDispatch* object);
     // A copy of any value, references followed.
     static Variant CopyOf(const VARIANT& value);
 

@@ -1,38 +1,15 @@
 #include "frame/class_factory.h"
 
 #include "frame/module.h"
-
-#include <new>
+#include "frame/unknown_object.h"
 
 namespace vofs {
 namespace {
 
 // A class object counts as a live object, so the module stays loaded while a caller
 // holds one.
-class ClassFactory final : public IClassFactory {
+class ClassFactory final : public UnknownObject<ClassFactory, IClassFactory> {
 public:
-    explicit ClassFactory(CreateFunction create) : create_(create) { module::ObjectCreated(); }
-    ~ClassFactory() { module::ObjectDestroyed(); }
-    ClassFactory(const ClassFactory&) = delete;
-    ClassFactory& operator=(const ClassFactory&) = delete;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-        if (!out) return E_POINTER;
-        if (iid == IID_IUnknown || iid == IID_IClassFactory) {
-            *out = static_cast<IClassFactory*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *out = nullptr;
-        return E_NOINTERFACE;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&references_)); }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const LONG remaining = InterlockedDecrement(&references_);
-        if (remaining == 0) delete this;
-        return static_cast<ULONG>(remaining);
-    }
-
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** object) override {
         if (!object) return E_POINTER;
         *object = nullptr;
@@ -49,8 +26,10 @@ public:
     }
 
 private:
+    friend class UnknownObject<ClassFactory, IClassFactory>;
+    explicit ClassFactory(CreateFunction create) : create_(create) {}
+
     CreateFunction create_;
-    LONG references_ = 1;
 };
 
 }  // namespace
@@ -61,11 +40,11 @@ HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** object) {
     for (const CreatableClass& entry : CreatableClasses()) {
         if (entry.clsid != clsid) continue;
         if (!entry.create) break;
-        auto* factory = new (std::nothrow) ClassFactory(entry.create);
-        if (!factory) return E_OUTOFMEMORY;
-        const HRESULT result = factory->QueryInterface(iid, object);
-        factory->Release();
-        return result;
+        try {
+            return ClassFactory::Make(entry.create)->QueryInterface(iid, object);
+        } catch (...) {
+            return E_OUTOFMEMORY;
+        }
     }
     return CLASS_E_CLASSNOTAVAILABLE;
 }

@@ -2,7 +2,7 @@
 
 #include "common/platform_api.h"
 #include "common/system_error.h"
-#include "frame/module.h"
+#include "frame/value_enumerator.h"
 #include "paths/path.h"
 
 #include <algorithm>
@@ -47,74 +47,6 @@ bool IsNumber(VARTYPE type) {
 
 // The key of a drive entry: a drive path's first character, lower-cased.
 std::wstring DriveKey(const std::wstring& text) { return Lowered(text.substr(0, 1)); }
-
-// An enumerator over a snapshot of the drives, for For Each.
-class VolumeEnumerator final : public IEnumVARIANT {
-public:
-    static ComPtr<VolumeEnumerator> Make(std::vector<ComPtr<IDispatch>> items, size_t position = 0) {
-        return ComPtr<VolumeEnumerator>(new VolumeEnumerator(std::move(items), position));
-    }
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-        if (!out) return E_POINTER;
-        if (iid != IID_IUnknown && iid != IID_IEnumVARIANT) {
-            *out = nullptr;
-            return E_NOINTERFACE;
-        }
-        *out = static_cast<IEnumVARIANT*>(this);
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(InterlockedIncrement(&references_)); }
-    ULONG STDMETHODCALLTYPE Release() override {
-        const LONG remaining = InterlockedDecrement(&references_);
-        if (remaining == 0) delete this;
-        return static_cast<ULONG>(remaining);
-    }
-
-    HRESULT STDMETHODCALLTYPE Next(ULONG wanted, VARIANT* values, ULONG* fetched) override {
-        if (!values || (wanted > 1 && !fetched)) return E_POINTER;
-        ULONG count = 0;
-        for (; count < wanted && position_ < items_.size(); ++count, ++position_) {
-            VariantInit(&values[count]);
-            V_VT(&values[count]) = VT_DISPATCH;
-            V_DISPATCH(&values[count]) = items_[position_].Get();
-            items_[position_]->AddRef();
-        }
-        if (fetched) *fetched = count;
-        return count == wanted ? S_OK : S_FALSE;
-    }
-    HRESULT STDMETHODCALLTYPE Skip(ULONG count) override {
-        const size_t left = items_.size() - position_;
-        position_ += std::min<size_t>(count, left);
-        return count <= left ? S_OK : S_FALSE;
-    }
-    HRESULT STDMETHODCALLTYPE Reset() override {
-        position_ = 0;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT** copy) override {
-        if (!copy) return E_POINTER;
-        *copy = nullptr;
-        try {
-            *copy = Make(items_, position_).Detach();
-            return S_OK;
-        } catch (...) {
-            return E_OUTOFMEMORY;
-        }
-    }
-
-private:
-    VolumeEnumerator(std::vector<ComPtr<IDispatch>> items, size_t position)
-        : items_(std::move(items)), position_(position) {
-        module::ObjectCreated();
-    }
-    ~VolumeEnumerator() { module::ObjectDestroyed(); }
-
-    LONG references_ = 0;
-    std::vector<ComPtr<IDispatch>> items_;
-    size_t position_;
-};
 
 }  // namespace
 
@@ -208,10 +140,11 @@ HRESULT Volumes::get_Item(VARIANT Index, _Volume** value) {
 
 HRESULT Volumes::NewEnum(IUnknown** value) {
     return Get(value, [&] {
-        std::vector<ComPtr<IDispatch>> items;
-        items.reserve(drives_.size());
-        for (const auto& entry : drives_) items.emplace_back(entry.second->AsDispatch());
-        return VolumeEnumerator::Make(std::move(items));
+        // For Each walks a snapshot of the drives.
+        std::vector<Variant> drives;
+        drives.reserve(drives_.size());
+        for (const auto& entry : drives_) drives.push_back(Variant::FromObject(entry.second->AsDispatch()));
+        return ValueEnumerator::Make(std::move(drives));
     });
 }
 
