@@ -45,14 +45,21 @@ case "${1:-}" in
     if [ ! -f "$WINEPREFIX/system.reg" ]; then
       echo "creating Wine prefix $WINEPREFIX (the first start takes a while)"
       wineboot -i </dev/null >/dev/null 2>&1
+      # A crashing program would wait in Wine's debugger until the test times out; in the
+      # test prefix it ends at once instead.
+      wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d false /f \
+        </dev/null >/dev/null 2>&1
+      # The first boot's processes would not see drive letters added from here on.
+      wineserver -k </dev/null >/dev/null 2>&1 || true
     fi
-    wineserver -p </dev/null >/dev/null 2>&1 || true
-    # Test drives for the volume tests, made again on every start: v: is a folder of the
+    # Test drives for the volume tests, made again on every start (before the server and
+    # its device manager start, which read the drive letters once): v: is a folder of the
     # build tree, w: a drive letter whose target does not exist (a drive without a root).
     test_drive="$(dirname "$bin_dir")/test-drive-v"
     mkdir -p "$test_drive"
     ln -sfn "$test_drive" "$WINEPREFIX/dosdevices/v:"
     ln -sfn "$(dirname "$bin_dir")/test-drive-w-missing" "$WINEPREFIX/dosdevices/w:"
+    wineserver -p </dev/null >/dev/null 2>&1 || true
     # Programs that run as on Windows 98: the ANSI and non-NT branches are tested for real.
     syswow64="$WINEPREFIX/drive_c/windows/syswow64"
     cp -f "$syswow64/cscript.exe" "$syswow64/cscript98.exe"

@@ -16,6 +16,13 @@ End Sub
 
 Sub CheckType(name, value, expectedType)
     gChecks = gChecks + 1
+    ' (TypeName of Nothing crashes Wine's VBScript.)
+    If IsObject(value) Then
+        If value Is Nothing Then
+            Fail name, "got Nothing, expected a " & expectedType
+            Exit Sub
+        End If
+    End If
     If TypeName(value) <> expectedType Then Fail name, "got a " & TypeName(value) & ", expected a " & expectedType
 End Sub
 
