@@ -10,6 +10,10 @@
 namespace vofs::fs {
 
 DWORD Attributes(const std::wstring& path);  // INVALID_FILE_ATTRIBUTES on failure
+// True for attributes that were read and name a folder.
+inline bool IsFolderAttributes(DWORD attributes) {
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
 bool SetAttributes(const std::wstring& path, DWORD attributes);
 bool CreateFolder(const std::wstring& path);
 bool RemoveFolder(const std::wstring& path);

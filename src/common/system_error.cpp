@@ -103,6 +103,10 @@ std::wstring SystemErrorText(long code, std::wstring_view separator) {
     return AsSentence(std::move(text));
 }
 
+void CheckPlatformCall(bool succeeded, std::wstring_view source) {
+    if (!succeeded) RaiseSystemError(static_cast<long>(GetLastError()), source);
+}
+
 void RaiseSystemError(long code, std::wstring_view source, std::wstring_view description,
                       std::wstring_view helpFile, long helpContext, std::wstring_view separator) {
     if (code == 0) code = static_cast<long>(GetLastError());

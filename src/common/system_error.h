@@ -17,6 +17,10 @@ inline constexpr std::wstring_view kCrLf = L"\r\n";
                                    std::wstring_view helpFile = {}, long helpContext = 0,
                                    std::wstring_view separator = kCrLf);
 
+// Raises the system error for the thread's last platform error, with that source, when a
+// platform call reported failure.
+void CheckPlatformCall(bool succeeded, std::wstring_view source);
+
 // The platform's text for an error code, always ending in ".", "?" or "!" ("." alone when
 // the platform has no text). Plain codes, HRESULTs of facility form, network-provider
 // (1208), remote-access (600-799) and internet (12000-12999) codes are understood. The

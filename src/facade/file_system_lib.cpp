@@ -19,13 +19,7 @@ namespace {
 std::wstring PlatformPathOf(BSTR text) { return Path::Parse(Bstr::View(text))->PlatformPath(); }
 
 // Single file operations report the platform's failure under this class's name.
-void CheckFileOperation(bool succeeded) {
-    if (!succeeded) RaiseSystemError(static_cast<long>(GetLastError()), FileSystemLib::kClassName);
-}
-
-bool IsDirectory(DWORD attributes) {
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
+void CheckFileOperation(bool succeeded) { CheckPlatformCall(succeeded, FileSystemLib::kClassName); }
 
 }  // namespace
 
@@ -75,7 +69,7 @@ HRESULT FileSystemLib::CopyFolder(BSTR, BSTR, VARIANT_BOOL) {
 HRESULT FileSystemLib::FolderExists(BSTR Path, VARIANT_BOOL* value) {
     return Get(value, [&] {
         const ItemExistence found = ItemExists(ToWString(Path), false);
-        return found.exists && IsDirectory(found.attributes);
+        return found.exists && fs::IsFolderAttributes(found.attributes);
     });
 }
 

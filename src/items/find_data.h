@@ -41,6 +41,8 @@ public:
 
     DWORD Attributes() const;
     void SetAttributes(DWORD attributes);
+    // True when the attributes have the directory bit.
+    bool IsFolder() const { return (Attributes() & FILE_ATTRIBUTE_DIRECTORY) != 0; }
     std::wstring FileName() const;
     std::wstring AltFileName() const;
     // The size as a Decimal (high word * 2^32 + low word, unsigned).

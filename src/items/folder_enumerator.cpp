@@ -31,7 +31,7 @@ bool FolderEnumerator::Open(std::wstring_view folder, std::wstring_view filter) 
     folder_ = Path::Parse(folder);
     const DWORD attributes = fs::Attributes(folder_->PlatformPath());
     if (attributes == INVALID_FILE_ATTRIBUTES) RaiseFailure(GetLastError());
-    if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) Raise(RunTimeError::InvalidCall, kClassName);
+    if (!fs::IsFolderAttributes(attributes)) Raise(RunTimeError::InvalidCall, kClassName);
     Close();
 
     search_ = FindFirst(folder_->Joined(true, {PatternOf(filter)}), record_->Version(), record_->Buffer());
@@ -56,7 +56,7 @@ bool FolderEnumerator::MoveNext() {
 }
 
 void FolderEnumerator::Close() {
-    if (search_) closedCleanly_ = search_.Close();
+    search_.Close();
 }
 
 std::wstring FolderEnumerator::EntryPathText() const {
@@ -126,7 +126,7 @@ HRESULT FolderEnumerator::get_CreationTime(DATE* value) {
 }
 
 HRESULT FolderEnumerator::get_IsFolder(VARIANT_BOOL* value) {
-    return Get(value, [&] { return (record_->Attributes() & FILE_ATTRIBUTE_DIRECTORY) != 0; });
+    return Get(value, [&] { return record_->IsFolder(); });
 }
 
 HRESULT FolderEnumerator::get_LastAccessTime(DATE* value) {

@@ -82,7 +82,6 @@ private:
     std::wstring EntryPathText() const;
 
     FindHandle search_;
-    bool closedCleanly_ = true;
     ComPtr<Path> folder_;
     ComPtr<FindDataRecord> record_;
 };

@@ -13,15 +13,9 @@
 namespace vofs {
 namespace {
 
-bool IsDirectory(DWORD attributes) {
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
 [[noreturn]] void RaiseFailure(DWORD code) { RaiseSystemError(static_cast<long>(code), FolderItem::kClassName); }
 
-void CheckFileOperation(bool succeeded) {
-    if (!succeeded) RaiseFailure(GetLastError());
-}
+void CheckFileOperation(bool succeeded) { CheckPlatformCall(succeeded, FolderItem::kClassName); }
 
 // Searches that find nothing are not failures: the item is simply not there.
 bool IsNotThere(DWORD code) {
@@ -83,7 +77,7 @@ const FindDataRecord& FolderItem::Data() {
 bool FolderItem::IsFolderNow() {
     RequireInitialized();
     if (!cached_ || !exists_) RefreshNow();
-    return (record_->Attributes() & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    return record_->IsFolder();
 }
 
 void FolderItem::CreateFolderChain() {
@@ -95,7 +89,7 @@ void FolderItem::CreateFolderChain() {
     for (size_t index = path_->IsNetShare() ? 2 : 1; index < segments.size(); ++index) {
         built = built->JoinedPath({segments[index]});
         const std::wstring folder = built->PlatformPath();
-        if (IsDirectory(fs::Attributes(folder))) continue;
+        if (fs::IsFolderAttributes(fs::Attributes(folder))) continue;
         CheckFileOperation(fs::CreateFolder(folder));
     }
     RefreshNow();
@@ -110,8 +104,7 @@ void FolderItem::DeleteNow() {
 ComPtr<FolderEnumerator> FolderItem::OpenEnumerator(BSTR filter) {
     RequireInitialized();
     if (!(cached_ && (path_->IsRoot() || exists_))) RefreshNow();
-    const bool folder = (record_->Attributes() & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    if (!folder && !path_->IsRoot()) Raise(RunTimeError::InvalidCall, kClassName);
+    if (!record_->IsFolder() && !path_->IsRoot()) Raise(RunTimeError::InvalidCall, kClassName);
     ComPtr<FolderEnumerator> entries = FolderEnumerator::Make();
     try {
         entries->Open(path_->FullPath(), Bstr::View(filter));
