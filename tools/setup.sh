@@ -5,8 +5,9 @@ set -euo pipefail
 
 packages=(
   cmake ninja-build git
-  g++-mingw-w64-i686 mingw-w64-tools binutils-mingw-w64-i686
-  wine wine32:i386 wine64 libwine-dev
+  g++-mingw-w64-i686 binutils-mingw-w64-i686
+  g++-mingw-w64-x86-64 binutils-mingw-w64-x86-64 mingw-w64-tools
+  wine wine32:i386 libwine:i386 wine64 libwine:amd64 libwine-dev
   googletest
   xvfb xauth
   python3 python3-pyftpdlib vsftpd

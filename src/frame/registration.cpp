@@ -84,6 +84,8 @@ HRESULT MakePlan(Plan& plan) {
         std::to_wstring(attributes->wMajorVerNum) + L"." + std::to_wstring(attributes->wMinorVerNum);
     wchar_t locale[16] = {};
     wsprintfW(locale, L"%x", static_cast<unsigned>(attributes->lcid));
+    // The 64-bit DLL carries a 64-bit type library, registered under win64.
+    const wchar_t* platform = attributes->syskind == SYS_WIN64 ? L"win64" : L"win32";
     library->ReleaseTLibAttr(attributes);
 
     Bstr help;
@@ -95,7 +97,7 @@ HRESULT MakePlan(Plan& plan) {
     const std::wstring versionKey = plan.typeLibraryKey + L"\\" + version;
     plan.ownedKeys.push_back(versionKey);
     plan.values.push_back({versionKey, L"", std::wstring(help.View())});
-    plan.values.push_back({versionKey + L"\\" + locale + L"\\win32", L"", modulePath});
+    plan.values.push_back({versionKey + L"\\" + locale + L"\\" + platform, L"", modulePath});
     plan.values.push_back({versionKey + L"\\FLAGS", L"", L"0"});
     plan.values.push_back({versionKey + L"\\HELPDIR", L"", folder});
 

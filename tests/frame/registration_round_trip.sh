@@ -8,6 +8,8 @@
 # machine-wide, for the script clients that follow.
 #   registration_round_trip.sh DLL WORK_DIR
 set -euo pipefail
+# shellcheck source=../support/wine_loader.sh
+. "$(dirname "$0")/../support/wine_loader.sh"
 
 dll=$1
 work=$2
@@ -30,7 +32,7 @@ expect_keys() {  # FILE WHAT: the keys every registration writes
       'VOFSL.FileSystemLib]' 'VOFSL.Volumes]' 'VOFSL.Volume]' 'VOFSL.FtpFileStream]' \
       'CLSID\{1DBBA3A2-A309-4112-BAD5-3312F231088A}\InprocServer32]' \
       'CLSID\{FADF5CBE-F6A2-4639-B8ED-CD81765E62BF}\ProgID]' \
-      'TypeLib\{D1978849-DDB6-4CFB-9A30-E38C45EE0243}\452.0\409\win32]' \
+      "TypeLib\\{D1978849-DDB6-4CFB-9A30-E38C45EE0243}\\452.0\\409\\$platform]" \
       'Interface\{DF8B7B87-EA13-4F6E-9B7F-A8D26DBD0DF9}\TypeLib]'; do
     grep -qiF "\\$key" "$file" || fail "$what: key $key missing"
   done
@@ -40,6 +42,10 @@ expect_keys() {  # FILE WHAT: the keys every registration writes
 }
 
 regsvr() { wine regsvr32 /s "$@"; }
+# The 64-bit DLL carries a 64-bit type library (and registers in the 64-bit view, which
+# the 64-bit regsvr32 and regedit see).
+platform=win32
+[ "${VOFS_ARCH:-x86}" = x64 ] && platform=win64
 
 regsvr /u "$dll" || true
 regsvr /u /n /i:user "$dll" || true

@@ -172,6 +172,7 @@ BOOL WINAPI RecordMove(LPCWSTR from, LPCWSTR to) {
 TEST_F(FolderItemTest, RenamingAnItemAtADriveRootNamesItExactly) {
     // v: is a drive of the test session (a folder of the build tree). Long-path names
     // are taken as they stand, so a doubled separator would name nothing on Windows.
+    DeleteFileW(L"V:\\renamed.txt");
     HANDLE file = CreateFileW(L"V:\\at root.txt", GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
     ASSERT_NE(file, INVALID_HANDLE_VALUE) << "the session's drive v: is missing";
     CloseHandle(file);

@@ -6,6 +6,8 @@
 # (an uncaught error ends Wine's script hosts silently, with exit code 0) fails.
 #   run_script.sh SCRIPT HOST WORK_DIR      HOST: cscript or cscript98
 set -uo pipefail
+# shellcheck source=wine_loader.sh
+. "$(dirname "$0")/wine_loader.sh"
 
 script=$(realpath "$1")
 host=$2

@@ -5,7 +5,9 @@
 #                                   desktop process on that display, and prepares the
 #                                   win98 program versions
 #   wine_session.sh stop            ends the wineserver and the display
-# WINEPREFIX, WINEDEBUG and WINEDLLOVERRIDES come from the caller's environment. The
+# WINEPREFIX, WINELOADER (the loader of the architecture under test), VOFS_ARCH (x86 or
+# x64), WINEDEBUG and WINEDLLOVERRIDES come from the caller's environment. Both
+# architectures use a 64-bit prefix; 32-bit programs live in its syswow64 folder. The
 # session's display is written to $WINEPREFIX/session.env, which in_session.sh reads.
 #
 # Wine starts long-lived helper processes (services, the desktop) on first use; they
@@ -13,6 +15,8 @@
 # of a test's output has exited. So every Wine command here has its output redirected,
 # and the desktop is started here, on the session's display, before any test runs.
 set -euo pipefail
+# shellcheck source=wine_loader.sh
+. "$(dirname "$0")/wine_loader.sh"
 
 session_file="$WINEPREFIX/session.env"
 
@@ -44,7 +48,7 @@ case "${1:-}" in
     . "$session_file"
     if [ ! -f "$WINEPREFIX/system.reg" ]; then
       echo "creating Wine prefix $WINEPREFIX (the first start takes a while)"
-      wineboot -i </dev/null >/dev/null 2>&1
+      WINEARCH=win64 wine wineboot -i </dev/null >/dev/null 2>&1 || true
       # A crashing program would wait in Wine's debugger until the test times out; in the
       # test prefix it ends at once instead.
       wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d false /f \
@@ -56,18 +60,29 @@ case "${1:-}" in
     # its device manager start, which read the drive letters once): v: is a folder of the
     # build tree, w: a drive letter whose target does not exist (a drive without a root).
     test_drive="$(dirname "$bin_dir")/test-drive-v"
-    mkdir -p "$test_drive"
+    rm -rf "$test_drive" && mkdir -p "$test_drive"
     ln -sfn "$test_drive" "$WINEPREFIX/dosdevices/v:"
     ln -sfn "$(dirname "$bin_dir")/test-drive-w-missing" "$WINEPREFIX/dosdevices/w:"
     wineserver -p </dev/null >/dev/null 2>&1 || true
     # Programs that run as on Windows 98: the ANSI and non-NT branches are tested for real.
-    syswow64="$WINEPREFIX/drive_c/windows/syswow64"
-    cp -f "$syswow64/cscript.exe" "$syswow64/cscript98.exe"
+    case "${VOFS_ARCH:?}" in
+      x86) system="$WINEPREFIX/drive_c/windows/syswow64" ;;
+      *) system="$WINEPREFIX/drive_c/windows/system32" ;;
+    esac
+    cp -f "$system/cscript.exe" "$system/cscript98.exe"
     for program in cscript98.exe vofslib_tests98.exe; do
       wine reg add "HKCU\\Software\\Wine\\AppDefaults\\$program" /v Version /d win98 /f </dev/null >/dev/null 2>&1
     done
     # Starts the desktop process (on this display) with its output going nowhere.
     wine rundll32.exe user32.dll,GetDesktopWindow </dev/null >/dev/null 2>&1 || true
+    # A program of the architecture under test must run here (output to a file: a pipe
+    # would stay open as long as some long-lived Wine process inherited it).
+    probe="$WINEPREFIX/probe.txt"
+    if ! wine cmd.exe /c echo ready </dev/null >"$probe" 2>&1 || ! tr -d '\r' <"$probe" | grep -qx ready; then
+      echo "Wine cannot run $VOFS_ARCH programs with $WINELOADER in $WINEPREFIX:"
+      tail -n 5 "$probe"
+      exit 1
+    fi
     if [ -f "$bin_dir/vofslib_tests.exe" ]; then
       cp -f "$bin_dir/vofslib_tests.exe" "$bin_dir/vofslib_tests98.exe"
     fi
