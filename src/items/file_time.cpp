@@ -3,6 +3,7 @@
 #include "common/bstr.h"
 #include "common/decimal.h"
 #include "common/large_values.h"
+#include "common/long_handles.h"
 #include "common/platform_api.h"
 #include "common/system_error.h"
 
@@ -135,7 +136,7 @@ HRESULT FileTimeRecord::get_Value(DATE* value) {
 }
 
 HRESULT FileTimeRecord::get_lpFileTime(LONG* value) {
-    return Get(value, [&] { return static_cast<LONG>(reinterpret_cast<INT_PTR>(&time_)); });
+    return Get(value, [&] { return AddressAsLong(&time_); });
 }
 
 HRESULT FileTimeRecord::get_dwLowDateTime(LONG* value) {

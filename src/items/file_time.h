@@ -8,6 +8,7 @@
 // time-zone shift, and lose their milliseconds; a time that cannot be converted raises
 // the system error "Could not convert date." with source "MFileSystemLib".
 
+#include "common/low_memory.h"
 #include "frame/com_object.h"
 #include "frame/contract.h"
 
@@ -48,7 +49,8 @@ FILETIME UtcFileTimeOf(const FILETIME& time);
 //   - anything else raises error 5 with source "MFileSystemLib".
 FILETIME FileTimeFromValue(const VARIANT& value);
 
-class FileTimeRecord final : public ComObject<FileTimeRecord, ::Win32FileTime> {
+// Its address is handed out (lpFileTime), so it lives in low memory.
+class FileTimeRecord final : public ComObject<FileTimeRecord, ::Win32FileTime>, public LowMemoryObject {
 public:
     static constexpr wchar_t kClassName[] = L"Win32FileTime";
 

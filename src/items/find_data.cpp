@@ -3,6 +3,7 @@
 #include "common/ansi.h"
 #include "common/decimal.h"
 #include "common/large_values.h"
+#include "common/long_handles.h"
 #include "items/file_time.h"
 
 #include <cstring>
@@ -161,7 +162,7 @@ HRESULT FindDataRecord::put_Version(LONG value) {
 }
 
 HRESULT FindDataRecord::get_lpWIN_32_FIND_DATA(LONG* value) {
-    return Get(value, [&] { return static_cast<LONG>(reinterpret_cast<INT_PTR>(bytes_.data())); });
+    return Get(value, [&] { return AddressAsLong(bytes_.data()); });
 }
 
 }  // namespace vofs

@@ -8,6 +8,7 @@
 // find calls on the NT family sets Version to 1 afterwards (or initialises from an ANSI
 // record, which does the same).
 
+#include "common/low_memory.h"
 #include "common/variant.h"
 #include "frame/com_object.h"
 #include "frame/contract.h"
@@ -20,7 +21,8 @@
 
 namespace vofs {
 
-class FindDataRecord final : public ComObject<FindDataRecord, ::Win32FindData> {
+// Its address is handed out (lpWIN_32_FIND_DATA), so it lives in low memory.
+class FindDataRecord final : public ComObject<FindDataRecord, ::Win32FindData>, public LowMemoryObject {
 public:
     static constexpr wchar_t kClassName[] = L"Win32FindData";
 

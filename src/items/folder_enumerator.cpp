@@ -1,6 +1,7 @@
 #include "items/folder_enumerator.h"
 
 #include "common/file_calls.h"
+#include "common/long_handles.h"
 #include "common/system_error.h"
 #include "items/find_calls.h"
 #include "items/find_record.h"
@@ -79,7 +80,7 @@ HRESULT FolderEnumerator::get_Path(_Path** value) {
 }
 
 HRESULT FolderEnumerator::get_Handle(LONG* value) {
-    return Get(value, [&] { return static_cast<LONG>(reinterpret_cast<LONG_PTR>(search_.Get())); });
+    return Get(value, [&] { return HandleAsLong(search_.Get()); });
 }
 
 HRESULT FolderEnumerator::GetFolderItem(_FolderItem** value) {
