@@ -18,8 +18,8 @@ echo "=== the demo runs the $arch DLL (build/$arch/bin/vofslib.dll)"
 export WINEPREFIX="$root/build/$arch/wineprefix" WINELOADER="$loader" VOFS_ARCH="$arch"
 export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 . tests/support/wine_loader.sh
-tests/support/wine_session.sh start "$root/build/$arch/bin"
-trap 'tests/support/wine_session.sh stop' EXIT
+"$root/tests/support/wine_session.sh" start "$root/build/$arch/bin"
+trap '"$root/tests/support/wine_session.sh" stop' EXIT
 wine regsvr32 /s "$root/build/$arch/bin/vofslib.dll"
 
 cd examples

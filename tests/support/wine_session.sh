@@ -48,7 +48,7 @@ case "${1:-}" in
     . "$session_file"
     if [ ! -f "$WINEPREFIX/system.reg" ]; then
       echo "creating Wine prefix $WINEPREFIX (the first start takes a while)"
-      WINEARCH=win64 wine wineboot -i </dev/null >/dev/null 2>&1 || true
+      wine wineboot -i </dev/null >/dev/null 2>&1 || true
       # A crashing program would wait in Wine's debugger until the test times out; in the
       # test prefix it ends at once instead.
       wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d false /f \
