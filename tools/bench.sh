@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Speed figures, kept apart from the test command: builds both DLLs, then for every
+# architecture that runs here registers the DLL in its Wine prefix and measures late
+# binding in one run against the raw platform calls and against the peer
+# (Scripting.FileSystemObject), from C++ and from VBScript. Prints each figure and ratio.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$PWD
+tools/build.sh >/dev/null
+
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", a / b }'; }
+
+for arch in x86 x64; do
+  if ! loader=$(tests/support/wine_arch.sh "$arch"); then
+    echo "=== $arch: skipped ($loader)"
+    continue
+  fi
+  build="$root/build/$arch"
+  export WINEPREFIX="$build/wineprefix" WINELOADER="$loader" VOFS_ARCH="$arch"
+  export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+  . tests/support/wine_loader.sh
+  tests/support/wine_session.sh start "$build/bin" >/dev/null
+  trap 'tests/support/wine_session.sh stop' EXIT
+  wine regsvr32 /s "$build/bin/vofslib.dll"
+
+  tree="$build/bench-tree"
+  if [ ! -f "$tree/file10000.txt" ]; then
+    rm -rf "$tree" && mkdir -p "$tree"
+    for i in $(seq -f '%05g' 1 10000); do printf 'entry %s\n' "$i" > "$tree/file$i.txt"; done
+  fi
+  folder=$(winepath -w "$tree")
+  results="$build/bench-results.txt"
+  {
+    wine "$build/bin/vofslib_bench.exe" "$folder"
+    wine cscript //nologo bench/scripts/walk.vbs "$folder"
+    wine cscript //nologo bench/scripts/path_calls.vbs "$folder\\file00001.txt"
+  } 2>/dev/null | tr -d '\r' > "$results"
+  get() { awk -v k="$1" '$1 == k { print $2 }' "$results"; }
+  if grep -q FAILED "$results"; then cat "$results"; exit 1; fi
+
+  echo "=== $arch (Wine loader $loader)"
+  cat "$results" | sed 's/^/  /'
+  raw=$(get walk.raw)
+  echo "  walk of 10,000 entries, Name and Size:"
+  echo "    from C++, library / raw FindFirstFileW-FindNextFileW loop:  $(ratio "$(get walk.vofslib)" "$raw")x"
+  echo "    from VBScript, library / raw loop:                           $(ratio "$(get vbs.walk.vofslib)" "$(awk -v r="$raw" 'BEGIN { print r * 1000000 }')")x"
+  echo "    from VBScript, the peer's Files walk / library walk:          $(ratio "$(get vbs.walk.fso)" "$(get vbs.walk.vofslib)")x faster"
+  echo "  a trivial late-bound property get from C++, library / peer:    $(ratio "$(get get.vofslib)" "$(get get.fso)")x"
+  echo "  GetPathObject and five reads vs the peer's five text calls (rate, library / peer):"
+  echo "    from C++:      $(ratio "$(get path5.fso)" "$(get path5.vofslib)")x"
+  echo "    from VBScript: $(ratio "$(get vbs.path5.fso)" "$(get vbs.path5.vofslib)")x"
+  tests/support/wine_session.sh stop
+  trap - EXIT
+done
