@@ -22,7 +22,7 @@ For round = 1 To 5
     Next
     If Timer - started < best Then best = Timer - started
 Next
-WScript.Echo "vbs.path5.vofslib " & CLng(best * 1E9 / kPaths)
+WScript.Echo "vbs.path5.vofslib " & Int(best * 1E9 / kPaths)
 
 best = 1E9
 For round = 1 To 5
@@ -36,4 +36,4 @@ For round = 1 To 5
     Next
     If Timer - started < best Then best = Timer - started
 Next
-WScript.Echo "vbs.path5.fso " & CLng(best * 1E9 / kPaths)
+WScript.Echo "vbs.path5.fso " & Int(best * 1E9 / kPaths)
