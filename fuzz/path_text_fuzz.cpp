@@ -32,9 +32,7 @@ std::vector<std::wstring> Pieces(const uint8_t* data, size_t size) {
     return pieces;
 }
 
-bool StartsWith(const std::wstring& text, const std::wstring& prefix) {
-    return text.compare(0, prefix.size(), prefix) == 0;
-}
+bool StartsWith(std::wstring_view text, std::wstring_view prefix) { return text.substr(0, prefix.size()) == prefix; }
 
 }  // namespace
 
@@ -54,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Require(path->isUrl == (path->fullPath.find(L"://") != std::wstring::npos));
     Require(path->fullPath.size() <= text.size());
 
-    const std::wstring root = RootPath(*path);
+    const std::wstring_view root = RootPath(*path);
     Require(StartsWith(path->fullPath, root));
     const std::wstring relative = RelativePath(*path);
     Require(!relative.empty() && relative.front() == path->separator);
@@ -65,7 +63,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Require(StartsWith(wide, L"\\\\?\\"));
         Require(ansi.find(L"\\\\?\\") != 0 || path->isNetShare);
     }
-    if (!path->segments.empty()) Require(ExtensionOf(path->segments.back()).size() <= path->segments.back().size());
+    if (path->SegmentCount() != 0) {
+        const std::wstring_view name = path->Segment(path->SegmentCount() - 1);
+        Require(ExtensionOf(name).size() <= name.size());
+    }
 
     // Joining never doubles a separator at a seam and keeps the base in front.
     std::wstring base = path->fullPath;

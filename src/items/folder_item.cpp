@@ -85,9 +85,8 @@ void FolderItem::CreateFolderChain() {
     if (!cached_) RefreshNow();
     // Server and share of a share path are never created.
     ComPtr<Path> built = Path::Parse(path_->RootPath());
-    const std::vector<std::wstring>& segments = path_->Segments();
-    for (size_t index = path_->IsNetShare() ? 2 : 1; index < segments.size(); ++index) {
-        built = built->JoinedPath({segments[index]});
+    for (size_t index = path_->IsNetShare() ? 2 : 1; index < path_->SegmentCount(); ++index) {
+        built = built->JoinedPath({std::wstring(path_->Segment(index))});
         const std::wstring folder = built->PlatformPath();
         if (fs::IsFolderAttributes(fs::Attributes(folder))) continue;
         CheckFileOperation(fs::CreateFolder(folder));
@@ -133,7 +132,7 @@ HRESULT FolderItem::get_Path(_IPath** value) {
 HRESULT FolderItem::get_Name(BSTR* value) {
     return Get(value, [&] {
         RequireInitialized();
-        return exists_ ? record_->FileName() : path_->Name();
+        return exists_ ? record_->FileName() : std::wstring(path_->Name());
     });
 }
 

@@ -108,15 +108,20 @@ bool Path::IsNetShare() const { return Valid().isNetShare; }
 const std::wstring& Path::Protocol() const { return Valid().protocol; }
 wchar_t Path::Separator() const { return Valid().separator; }
 
-const std::vector<std::wstring>& Path::Segments() const {
+size_t Path::SegmentCount() const {
     const path_text::ParsedPath& path = Valid();
     // A path with nothing after "://" has no segment array at all.
-    if (path.segments.empty()) Raise(RunTimeError::TypeMismatch, kClassName);
-    return path.segments;
+    if (path.SegmentCount() == 0) Raise(RunTimeError::TypeMismatch, kClassName);
+    return path.SegmentCount();
 }
 
-std::wstring Path::Name() const { return Segments().back(); }
-std::wstring Path::RootPath() const { return path_text::RootPath(Valid()); }
+std::wstring_view Path::Segment(size_t index) const {
+    SegmentCount();
+    return parsed_->Segment(index);
+}
+
+std::wstring_view Path::Name() const { return Segment(SegmentCount() - 1); }
+std::wstring_view Path::RootPath() const { return path_text::RootPath(Valid()); }
 std::wstring Path::RelativePath() const { return path_text::RelativePath(Valid()); }
 bool Path::IsRoot() const { return path_text::IsRootRelative(RelativePath()); }
 
@@ -172,16 +177,15 @@ HRESULT Path::get_VolumeSeparator(BSTR* value) {
 }
 
 HRESULT Path::get_SegmentCount(LONG* value) {
-    return Get(value, [&] { return static_cast<LONG>(Segments().size()); });
+    return Get(value, [&] { return static_cast<LONG>(SegmentCount()); });
 }
 
 HRESULT Path::get_Segments(LONG Index, BSTR* value) {
     return Get(value, [&] {
-        const std::vector<std::wstring>& segments = Segments();
-        if (Index < 0 || static_cast<size_t>(Index) >= segments.size()) {
+        if (Index < 0 || static_cast<size_t>(Index) >= SegmentCount()) {
             Raise(RunTimeError::SubscriptOutOfRange, kClassName);
         }
-        return segments[static_cast<size_t>(Index)];
+        return Segment(static_cast<size_t>(Index));
     });
 }
 

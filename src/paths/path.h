@@ -37,10 +37,11 @@ public:
     const std::wstring& Protocol() const;  // lower case; empty for a non-URL
     wchar_t Separator() const;             // "\" for local and share paths, "/" for URLs
     // The segments; a path such as ftp:// has none (its segment members then raise
-    // type mismatch).
-    const std::vector<std::wstring>& Segments() const;
-    std::wstring Name() const;
-    std::wstring RootPath() const;
+    // type mismatch). Views of the path's own text, valid while the path lives.
+    size_t SegmentCount() const;
+    std::wstring_view Segment(size_t index) const;
+    std::wstring_view Name() const;
+    std::wstring_view RootPath() const;
     std::wstring RelativePath() const;
     bool IsRoot() const;
     // The form platform calls take: long-path prefixes when wide calls are in use, URLs

@@ -44,6 +44,19 @@ std::vector<std::wstring> SplitAt(std::wstring_view text, wchar_t separator) {
     }
 }
 
+// The spans between separators ("/" and "\" alike) of text[first, end).
+std::vector<SegmentSpan> SpansOf(std::wstring_view text, size_t first, size_t end) {
+    std::vector<SegmentSpan> spans;
+    spans.reserve(8);
+    size_t start = first;
+    for (size_t at = first; at <= end; ++at) {
+        if (at < end && !IsSeparator(text[at])) continue;
+        spans.push_back({static_cast<uint32_t>(start), static_cast<uint32_t>(at - start)});
+        start = at + 1;
+    }
+    return spans;
+}
+
 bool IsBoundary(wchar_t c) { return IsSeparator(c) || c == L':'; }
 
 // Position of the last "/", "\" or ":" before the last character, or npos.
@@ -57,18 +70,28 @@ size_t LastBoundary(std::wstring_view text) {
 
 }  // namespace
 
-std::optional<ParsedPath> ParsePath(std::wstring_view input) {
-    std::wstring text(TrimBlanks(input));
-    if (StartsWithIgnoringCase(text, kLongSharePrefix)) {
-        text.replace(0, kLongSharePrefix.size(), L"\\\\");
-    } else if (StartsWithIgnoringCase(text, kLongPrefix)) {
-        text.erase(0, kLongPrefix.size());
-    }
+std::vector<std::wstring> ParsedPath::Segments() const {
+    std::vector<std::wstring> segments;
+    segments.reserve(spans.size());
+    for (size_t index = 0; index < spans.size(); ++index) segments.emplace_back(Segment(index));
+    return segments;
+}
 
+std::optional<ParsedPath> ParsePath(std::wstring_view input) {
     ParsedPath path;
-    path.fullPath = text;
+    std::wstring_view text = TrimBlanks(input);
+    if (StartsWithIgnoringCase(text, kLongSharePrefix)) {
+        path.fullPath.reserve(text.size() - kLongSharePrefix.size() + 2);
+        path.fullPath = L"\\\\";
+        path.fullPath += text.substr(kLongSharePrefix.size());
+    } else {
+        if (StartsWithIgnoringCase(text, kLongPrefix)) text.remove_prefix(kLongPrefix.size());
+        path.fullPath.assign(text);
+    }
+    text = path.fullPath;
+
     const size_t scheme = text.find(kSchemeMark);
-    if (scheme == std::wstring::npos) {
+    if (scheme == std::wstring_view::npos) {
         if (IsShareText(text)) {
             path.isNetShare = true;
         } else if (IsDriveText(text)) {
@@ -80,28 +103,26 @@ std::optional<ParsedPath> ParsePath(std::wstring_view input) {
         path.isUrl = true;
         path.separator = L'/';
         path.altSeparator = L'\\';
-        path.protocol = Lowered(std::wstring_view(text).substr(0, text.find(L':')));
+        path.protocol = Lowered(text.substr(0, text.find(L':')));
         if (path.protocol == L"file") {
             // file:///C:/dir names a drive, file://server/share a share.
-            const bool drive = text.find(L':', 7) != std::wstring::npos;
+            const bool drive = text.find(L':', 7) != std::wstring_view::npos;
             path.isLogical = drive;
             path.isNetShare = !drive;
         }
     }
 
-    std::wstring working = text;
-    for (wchar_t& c : working) {
-        if (c == path.altSeparator) c = path.separator;
-    }
-    if (!working.empty() && IsSeparator(working.back())) working.pop_back();
+    // Both separators divide segments; one trailing separator ends the last one.
+    const size_t end = !text.empty() && IsSeparator(text.back()) ? text.size() - 1 : text.size();
     const size_t scanStart = path.isUrl ? scheme + kSchemeMark.size() : 0;
-    const size_t first = scanStart < working.size() ? working.find_first_not_of(L"/\\", scanStart) : std::wstring::npos;
-    if (first != std::wstring::npos) path.segments = SplitAt(std::wstring_view(working).substr(first), path.separator);
+    size_t first = scanStart;
+    while (first < end && IsSeparator(text[first])) ++first;
+    if (first < end) path.spans = SpansOf(text, first, end);
     return path;
 }
 
-std::wstring RootPath(const ParsedPath& path) {
-    const std::wstring& text = path.fullPath;
+std::wstring_view RootPath(const ParsedPath& path) {
+    const std::wstring_view text = path.fullPath;
     // A URL's scan starts at the second character after "://".
     const size_t start = path.isUrl ? text.find(kSchemeMark) + kSchemeMark.size() + 1 : 0;
     bool firstRun = false;       // a name run after a separator has begun
@@ -129,9 +150,10 @@ std::wstring RootPath(const ParsedPath& path) {
 std::wstring RelativePath(const ParsedPath& path) {
     const size_t rootSegments = path.isNetShare ? 2 : 1;
     std::wstring relative;
-    for (size_t index = rootSegments; index < path.segments.size(); ++index) {
+    relative.reserve(path.fullPath.size());
+    for (size_t index = rootSegments; index < path.SegmentCount(); ++index) {
         relative += path.separator;
-        relative += path.segments[index];
+        relative += path.Segment(index);
     }
     if (relative.empty()) relative = path.separator;
     return relative;
@@ -139,16 +161,17 @@ std::wstring RelativePath(const ParsedPath& path) {
 
 bool IsRootRelative(std::wstring_view relative) { return relative.empty() || relative == L"\\" || relative == L"/"; }
 
-std::wstring ExtensionOf(std::wstring_view name) {
+std::wstring_view ExtensionOf(std::wstring_view name) {
     const size_t dot = name.rfind(L'.');
-    return dot == std::wstring_view::npos ? std::wstring() : std::wstring(name.substr(dot));
+    return dot == std::wstring_view::npos ? std::wstring_view() : name.substr(dot);
 }
 
 std::wstring PlatformForm(const ParsedPath& path, bool wideCalls) {
     std::wstring form;
-    for (size_t index = 0; index < path.segments.size(); ++index) {
+    form.reserve(path.fullPath.size() + kLongSharePrefix.size() + 1);
+    for (size_t index = 0; index < path.SegmentCount(); ++index) {
         if (index) form += path.separator;
-        form += path.segments[index];
+        form += path.Segment(index);
     }
     if (!path.isUrl) {
         if (path.isNetShare) {

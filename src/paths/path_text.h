@@ -3,6 +3,7 @@
 // they build natively too (the fuzz target runs them). The Path class is a thin shell
 // over these.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,7 +11,14 @@
 
 namespace vofs::path_text {
 
-// A path text taken apart once.
+// Where one segment stands in the path's text.
+struct SegmentSpan {
+    uint32_t start;
+    uint32_t length;
+};
+
+// A path text taken apart once. The segments are spans of fullPath, so parsing copies
+// the text once, whatever its depth.
 struct ParsedPath {
     // The trimmed text less one leading long-path prefix; separators as written.
     std::wstring fullPath;
@@ -21,7 +29,14 @@ struct ParsedPath {
     wchar_t separator = L'\\';
     wchar_t altSeparator = L'/';
     // The segments; none for a URL with nothing after "://" (such a path has no name).
-    std::vector<std::wstring> segments;
+    std::vector<SegmentSpan> spans;
+
+    size_t SegmentCount() const { return spans.size(); }
+    std::wstring_view Segment(size_t index) const {
+        return std::wstring_view(fullPath).substr(spans[index].start, spans[index].length);
+    }
+    // The segments as separate texts (for callers that keep them).
+    std::vector<std::wstring> Segments() const;
 };
 
 // Parses a full path text: a drive path ("[A-z]:" first, the range taken in code order),
@@ -30,8 +45,9 @@ struct ParsedPath {
 // (relative paths, a bare \\server, //srv/sh, "") gives nothing.
 std::optional<ParsedPath> ParsePath(std::wstring_view text);
 
-// The root: the drive with its separator (C:\), \\server\share, or scheme://host.
-std::wstring RootPath(const ParsedPath& path);
+// The root: the drive with its separator (C:\), \\server\share, or scheme://host; a
+// view of the path's own text.
+std::wstring_view RootPath(const ParsedPath& path);
 
 // The segments after the root (one segment, or two for a share), each after a separator;
 // the separator alone when nothing is left.
@@ -41,7 +57,7 @@ std::wstring RelativePath(const ParsedPath& path);
 bool IsRootRelative(std::wstring_view relative);
 
 // The text of a name from its last "." on ("" when it has none).
-std::wstring ExtensionOf(std::wstring_view name);
+std::wstring_view ExtensionOf(std::wstring_view name);
 
 // The platform form of a local or share path, built from the segments: "\\?\" or
 // "\\?\UNC\" in front when wide calls are in use ("\\" for a share otherwise), and a

@@ -71,7 +71,7 @@ Volume::~Volume() = default;
 ComPtr<Volume> Volume::Bind(std::wstring_view text) {
     ComPtr<Path> path = Path::Parse(text);
     ComPtr<Volume> volume = Make();
-    const std::wstring root = path->RootPath();
+    const std::wstring root(path->RootPath());
     volume->name_ = path->IsLogical() ? path_text::NormalizePath(root) : root;
     volume->path_ = std::move(path);
     return volume;
@@ -144,7 +144,7 @@ long Volume::VolumeType() {
         }
     }
     if (path.IsLogical()) return DriveTypeOf(path_text::NormalizePath(path.RootPath()));
-    if (path.IsNetShare()) return DriveTypeOf(path.RootPath());
+    if (path.IsNetShare()) return DriveTypeOf(std::wstring(path.RootPath()));
     Raise(RunTimeError::InvalidCall, kClassName);
 }
 

@@ -70,7 +70,7 @@ TEST(ParsePath, Table) {
         EXPECT_EQ(parsed->protocol, c.protocol);
         EXPECT_EQ(parsed->separator, parsed->isUrl ? L'/' : L'\\');
         EXPECT_EQ(parsed->altSeparator, parsed->isUrl ? L'\\' : L'/');
-        EXPECT_EQ(parsed->segments, c.segments);
+        EXPECT_EQ(parsed->Segments(), c.segments);
         EXPECT_EQ(RootPath(*parsed), c.root);
         EXPECT_EQ(RelativePath(*parsed), c.relative);
         EXPECT_EQ(PlatformForm(*parsed, true), c.platformWide);
