@@ -22,7 +22,9 @@ public:
     }
     Variant(const Variant&) = delete;
     Variant& operator=(const Variant&) = delete;
-    ~Variant() { VariantClear(&value_); }
+    ~Variant() {
+        if (V_VT(&value_) != VT_EMPTY) VariantClear(&value_);
+    }
 
     static Variant FromLong(LONG number);
     static Variant FromDecimal(const DECIMAL& number);

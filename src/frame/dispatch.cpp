@@ -1,85 +1,148 @@
 #include "frame/dispatch.h"
 
+#include "common/bstr.h"
+#include "common/error.h"
+#include "frame/library_object.h"
+#include "frame/member_call.h"
 #include "frame/type_library.h"
 
-#include <memory>
+#include <new>
 
 namespace vofs {
 namespace {
 
-bool IsVariantReference(const ELEMDESC& element) {
-    return element.tdesc.vt == VT_PTR && element.tdesc.lptdesc && element.tdesc.lptdesc->vt == VT_VARIANT &&
-           (element.paramdesc.wParamFlags & PARAMFLAG_FOUT) != 0;
+constexpr long kObjectNotSet = 91;
+
+// The name an error of `self` is reported under when the member left no error
+// information of its own: its class's name, or the interface's.
+std::wstring SourceOf(IUnknown* self, ITypeInfo* info) {
+    if (ComPtr<ILibraryObject> library; SUCCEEDED(self->QueryInterface(IID_PPV_ARGS(&library)))) {
+        return library->Self()->ClassName();
+    }
+    Bstr name;
+    if (info) info->GetDocumentation(MEMBERID_NIL, name.Receive(), nullptr, nullptr, nullptr);
+    return std::wstring(name.View());
 }
 
-// Temporary copies of by-value arguments, cleared when the call is over.
-class ArgumentCopies {
-public:
-    explicit ArgumentCopies(UINT count) : copies_(std::make_unique<VARIANT[]>(count)), count_(count) {
-        for (UINT i = 0; i < count_; ++i) VariantInit(&copies_[i]);
-    }
-    ~ArgumentCopies() {
-        for (UINT i = 0; i < count_; ++i) VariantClear(&copies_[i]);
-    }
-    ArgumentCopies(const ArgumentCopies&) = delete;
-    ArgumentCopies& operator=(const ArgumentCopies&) = delete;
-    VARIANT& operator[](UINT index) { return copies_[index]; }
+void FillException(EXCEPINFO* exception, HRESULT number, std::wstring_view source, std::wstring_view description,
+                   BSTR helpFile = nullptr, DWORD helpContext = 0) {
+    *exception = EXCEPINFO{};
+    exception->bstrSource = SysAllocStringLen(source.data(), static_cast<UINT>(source.size()));
+    exception->bstrDescription = SysAllocStringLen(description.data(), static_cast<UINT>(description.size()));
+    exception->bstrHelpFile = helpFile;
+    exception->dwHelpContext = helpContext;
+    exception->scode = number;
+}
 
-private:
-    std::unique_ptr<VARIANT[]> copies_;
-    UINT count_;
-};
+// A member failed: its error information goes to the caller's EXCEPINFO, as a script
+// host expects. Without an EXCEPINFO the HRESULT is returned and the thread's error
+// information stays for the caller to read.
+HRESULT ReportMemberFailure(HRESULT failure, IUnknown* self, ITypeInfo* info, EXCEPINFO* exception) {
+    if (!exception) return failure;
+    ComPtr<IErrorInfo> error;
+    if (GetErrorInfo(0, &error) == S_OK && error) {
+        Bstr source, description, helpFile;
+        DWORD helpContext = 0;
+        error->GetSource(source.Receive());
+        error->GetDescription(description.Receive());
+        error->GetHelpFile(helpFile.Receive());
+        error->GetHelpContext(&helpContext);
+        FillException(exception, failure, source.View(), description.View(), helpFile.Detach(), helpContext);
+    } else {
+        const long code = HRESULT_FACILITY(failure) == FACILITY_CONTROL ? HRESULT_CODE(failure) : 0;
+        FillException(exception, failure, SourceOf(self, info),
+                      code ? RunTimeErrorText(code) : std::wstring(L"Automation error"));
+    }
+    return DISP_E_EXCEPTION;
+}
+
+// Run-time error 91, raised by the dispatch layer itself.
+HRESULT RaiseObjectNotSet(IUnknown* self, ITypeInfo* info, EXCEPINFO* exception) {
+    const HRESULT number = HresultOfErrorNumber(kObjectNotSet);
+    const std::wstring source = SourceOf(self, info);
+    const wchar_t description[] = L"Object variable not set";
+    if (exception) {
+        FillException(exception, number, source, description);
+        return DISP_E_EXCEPTION;
+    }
+    return Boundary(source.c_str(), IID_NULL, [&] { RaiseNumber(kObjectNotSet, source, description); });
+}
+
+bool IsWellFormed(const DISPPARAMS& params) {
+    return params.cNamedArgs <= params.cArgs && (params.cArgs == 0 || params.rgvarg) &&
+           (params.cNamedArgs == 0 || params.rgdispidNamedArgs);
+}
 
 }  // namespace
 
 InterfaceDispatch::InterfaceDispatch(REFIID iid) {
-    if (FAILED(TypeInfoOf(iid, &info_))) return;
-    TYPEATTR* attributes = nullptr;
-    if (FAILED(info_->GetTypeAttr(&attributes))) return;
-    const WORD functions = attributes->cFuncs;
-    info_->ReleaseTypeAttr(attributes);
-    for (UINT index = 0; index < functions; ++index) {
-        FUNCDESC* function = nullptr;
-        if (FAILED(info_->GetFuncDesc(index, &function))) continue;
-        uint32_t positions = 0;
-        for (SHORT parameter = 0; parameter < function->cParams && parameter < 32; ++parameter) {
-            if (IsVariantReference(function->lprgelemdescParam[parameter])) positions |= 1U << parameter;
+    if (FAILED(TypeInfoOf(iid, &info_))) info_.Reset();
+    members_ = std::make_unique<const MemberTable>(info_.Get());
+}
+
+HRESULT InterfaceDispatch::GetIDsOfNames(LPOLESTR* names, UINT count, DISPID* ids) const {
+    if (count == 0) return S_OK;
+    if (!names || !ids) return E_POINTER;
+    ids[0] = names[0] ? members_->IdOfName(names[0]) : DISPID_UNKNOWN;
+    HRESULT found = ids[0] == DISPID_UNKNOWN ? DISP_E_UNKNOWNNAME : S_OK;
+    // Further names are the member's parameter names; their ids are their positions.
+    const Member* member = ids[0] == DISPID_UNKNOWN ? nullptr : members_->AnyWithId(ids[0]);
+    for (UINT index = 1; index < count; ++index) {
+        const int position = member && names[index] ? member->ParameterNamed(names[index]) : -1;
+        ids[index] = position < 0 ? DISPID_UNKNOWN : position;
+        if (position < 0) found = DISP_E_UNKNOWNNAME;
+    }
+    return found;
+}
+
+HRESULT InterfaceDispatch::Invoke(IUnknown* self, DISPID id, WORD flags, DISPPARAMS* params, VARIANT* result,
+                                  EXCEPINFO* exception, UINT* argumentError) const {
+    try {
+        static DISPPARAMS none{};
+        const DISPPARAMS& given = params ? *params : none;
+        if (!IsWellFormed(given)) return E_INVALIDARG;
+        const Member* member = members_->Find(id, flags);
+        if (!member) return DISP_E_MEMBERNOTFOUND;
+        if (!member->callable) return DISP_E_BADVARTYPE;
+        const UINT positional = given.cArgs - given.cNamedArgs;
+        if (member->kind == INVOKE_PROPERTYGET && given.cNamedArgs == 0 && positional > member->parameters.size()) {
+            return InvokeDefaultOfResult(self, *member, flags, given, result, exception, argumentError);
         }
-        if (positions) references_.push_back({function->memid, positions});
-        info_->ReleaseFuncDesc(function);
+        MemberCall call(*member, given);
+        if (const HRESULT bound = call.Bind(argumentError); FAILED(bound)) return bound;
+        const HRESULT called = call.Call(self, result);
+        return FAILED(called) ? ReportMemberFailure(called, self, info_.Get(), exception) : called;
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (...) {
+        return E_UNEXPECTED;
     }
 }
 
-uint32_t InterfaceDispatch::ReferencePositions(DISPID member) const {
-    for (const ReferenceParameters& entry : references_) {
-        if (entry.member == member) return entry.positions;
+HRESULT InterfaceDispatch::InvokeDefaultOfResult(IUnknown* self, const Member& member, WORD flags,
+                                                 const DISPPARAMS& params, VARIANT* result, EXCEPINFO* exception,
+                                                 UINT* argumentError) const {
+    // The property takes the leading arguments (which, last first, are the trailing
+    // entries of rgvarg); its result's default member takes the rest.
+    const UINT own = static_cast<UINT>(member.parameters.size());
+    DISPPARAMS leading{params.rgvarg + (params.cArgs - own), nullptr, own, 0};
+    Variant value;
+    {
+        MemberCall call(member, leading);
+        if (const HRESULT bound = call.Bind(argumentError); FAILED(bound)) {
+            if (argumentError) *argumentError += params.cArgs - own;
+            return bound;
+        }
+        if (const HRESULT called = call.Call(self, value.Get()); FAILED(called)) {
+            return ReportMemberFailure(called, self, info_.Get(), exception);
+        }
     }
-    return 0;
-}
-
-HRESULT InterfaceDispatch::Invoke(IUnknown* self, DISPID member, WORD flags, DISPPARAMS* params,
-                                  VARIANT* result, EXCEPINFO* exception, UINT* argumentError) const {
-    if (!info_) return TYPE_E_ELEMENTNOTFOUND;
-    const uint32_t positions = params && params->cArgs ? ReferencePositions(member) : 0;
-    if (positions == 0) return info_->Invoke(self, member, flags, params, result, exception, argumentError);
-
-    // Arguments arrive last first: parameter p is rgvarg[cArgs - 1 - p].
-    const UINT given = params->cArgs;
-    std::unique_ptr<VARIANT[]> arguments = std::make_unique<VARIANT[]>(given);
-    for (UINT i = 0; i < given; ++i) arguments[i] = params->rgvarg[i];
-    ArgumentCopies copies(given);
-    for (UINT parameter = 0; parameter < given && parameter < 32; ++parameter) {
-        VARIANT& argument = arguments[given - 1 - parameter];
-        if ((positions & (1U << parameter)) == 0 || (V_VT(&argument) & VT_BYREF)) continue;
-        if (V_VT(&argument) == VT_ERROR && V_ERROR(&argument) == DISP_E_PARAMNOTFOUND) continue;
-        VARIANT& copy = copies[given - 1 - parameter];
-        if (const HRESULT copied = VariantCopy(&copy, &argument); FAILED(copied)) return copied;
-        V_VT(&argument) = VT_BYREF | VT_VARIANT;
-        V_VARIANTREF(&argument) = &copy;
-    }
-    DISPPARAMS adjusted = *params;
-    adjusted.rgvarg = arguments.get();
-    return info_->Invoke(self, member, flags, &adjusted, result, exception, argumentError);
+    const VARTYPE type = value.Type();
+    if (type != VT_DISPATCH) return DISP_E_BADPARAMCOUNT;  // only an object has a default member
+    IDispatch* object = V_DISPATCH(value.Get());
+    if (!object) return RaiseObjectNotSet(self, info_.Get(), exception);
+    DISPPARAMS rest{params.rgvarg, nullptr, params.cArgs - own, 0};
+    return object->Invoke(DISPID_VALUE, IID_NULL, LOCALE_USER_DEFAULT, flags, &rest, result, exception, argumentError);
 }
 
 }  // namespace vofs
