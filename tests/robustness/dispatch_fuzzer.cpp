@@ -1,12 +1,10 @@
 // A hostile late-bound client of the real DLL, loaded by path (no registration needed).
-//   dispatch_fuzzer.exe DLL SANDBOX fuzz SEED CALLS   random calls of every member of every
-//       object reached from the creatable classes, through every dual interface each object
-//       answers, with random argument counts, types, names and flags
+//   dispatch_fuzzer.exe DLL SANDBOX fuzz SEED CALLS   random calls (argument counts, types,
+//       names, flags) of every member of every dual interface of the objects reached
 //   dispatch_fuzzer.exe DLL SANDBOX cycle ROUNDS      rounds of create, use and release
-// Both end by releasing everything and asking DllCanUnloadNow, and fail (exit 1) on a call
-// that failed without error information or a reference left behind; a crash exits 3, a
-// call that hangs exits 4, each naming the call. Only SANDBOX (a folder with a drive of its
-// own) is named in arguments; objects whose item lies outside it are not kept.
+// Exit 1 for a call failing without error information or anything left behind, 3 for a
+// crash, 4 for a hang, each naming the call. Arguments name only SANDBOX (a folder with a
+// drive of its own); objects whose item lies outside it are not kept.
 
 #include <windows.h>
 #include <oleauto.h>
@@ -24,6 +22,15 @@
 using Microsoft::WRL::ComPtr;
 
 namespace {
+
+// A VARIANT cleared when it goes.
+struct Var : VARIANT {
+    Var() { VariantInit(this); }
+    ~Var() { VariantClear(this); }
+    Var(const Var&) = delete;
+    Var& operator=(const Var&) = delete;
+    IDispatch* Object() const { return vt == VT_DISPATCH ? pdispVal : nullptr; }
+};
 
 std::wstring g_sandbox;
 std::atomic<ULONGLONG> g_callStart{0};
@@ -66,12 +73,15 @@ std::wstring NameOf(ITypeInfo* info, MEMBERID id) {
     return text;
 }
 
-HRESULT CallByName(IDispatch* object, const wchar_t* name, VARIANT& result) {
+// Calls a member by name; the arguments are given last first, and consumed.
+HRESULT Method(IDispatch* object, const wchar_t* name, VARIANT* result, std::vector<VARIANT> args = {}) {
     DISPID id;
     LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
-    if (FAILED(object->GetIDsOfNames(IID_NULL, names, 1, 0, &id))) return DISP_E_UNKNOWNNAME;
-    DISPPARAMS none{};
-    return object->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &result, nullptr, nullptr);
+    HRESULT hr = object ? object->GetIDsOfNames(IID_NULL, names, 1, 0, &id) : E_POINTER;
+    DISPPARAMS params{args.data(), nullptr, static_cast<UINT>(args.size()), 0};
+    if (SUCCEEDED(hr)) hr = object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, &params, result, nullptr, nullptr);
+    for (VARIANT& arg : args) VariantClear(&arg);
+    return hr;
 }
 
 // An item outside the sandbox is never kept: a destructive member must not reach it.
@@ -82,15 +92,10 @@ bool InsideSandbox(IUnknown* object) {
         return IID_NULL;
     }();
     if (FAILED(object->QueryInterface(folderItem, reinterpret_cast<void**>(item.GetAddressOf())))) return true;
-    VARIANT path{}, text{};
-    bool inside = false;
-    if (SUCCEEDED(CallByName(item.Get(), L"Path", path)) && V_VT(&path) == VT_DISPATCH && V_DISPATCH(&path) &&
-        SUCCEEDED(CallByName(V_DISPATCH(&path), L"FullPath", text)) && V_VT(&text) == VT_BSTR) {
-        inside = _wcsnicmp(V_BSTR(&text), g_sandbox.c_str(), g_sandbox.size()) == 0;
-    }
-    VariantClear(&path);
-    VariantClear(&text);
-    return inside;
+    Var path, text;
+    return SUCCEEDED(Method(item.Get(), L"Path", &path)) && path.Object() &&
+           SUCCEEDED(Method(path.Object(), L"FullPath", &text)) && text.vt == VT_BSTR &&
+           _wcsnicmp(text.bstrVal, g_sandbox.c_str(), g_sandbox.size()) == 0;
 }
 
 // The sandbox's few files and folders, made again now and then (members delete them).
@@ -247,8 +252,7 @@ private:
             const VARIANT& value = V_VT(&args[i]) == (VT_BYREF | VT_VARIANT) ? referenced[i] : args[i];
             std::snprintf(g_call + std::strlen(g_call), 24, " %svt%u", &value == &args[i] ? "" : "ref ", V_VT(&value));
         }
-        VARIANT result;
-        VariantInit(&result);
+        Var result;
         EXCEPINFO exception{};
         UINT argumentError = ~0u;
         g_callStart = GetTickCount64();
@@ -267,8 +271,7 @@ private:
         if (!explained) std::fprintf(stderr, "UNEXPLAINED 0x%08lX: %s\n", hr, g_call);
         SysFreeString(exception.bstrSource), SysFreeString(exception.bstrDescription);
         SysFreeString(exception.bstrHelpFile);
-        if (V_VT(&result) == VT_DISPATCH || V_VT(&result) == VT_UNKNOWN) Admit(V_UNKNOWN(&result));
-        VariantClear(&result);
+        if (result.vt == VT_DISPATCH || result.vt == VT_UNKNOWN) Admit(result.punkVal);
         for (UINT i = 0; i < count; ++i) VariantClear(&referenced[i]), VariantClear(&args[i]);
         return explained;
     }
@@ -287,33 +290,21 @@ public:
 void Read(IDispatch* object, int depth) {
     ComPtr<ITypeInfo> info;
     TYPEATTR* type;
-    if (FAILED(object->GetTypeInfo(0, 0, &info)) || FAILED(info->GetTypeAttr(&type))) return;
+    if (!object || FAILED(object->GetTypeInfo(0, 0, &info)) || FAILED(info->GetTypeAttr(&type))) return;
     for (UINT i = 0; i < type->cFuncs; ++i) {
         FUNCDESC* f;
         if (FAILED(info->GetFuncDesc(i, &f))) continue;
         if (f->invkind == INVOKE_PROPERTYGET && f->cParams == 0) {
-            VARIANT result;
-            VariantInit(&result);
+            Var result;
             DISPPARAMS none{};
             if (SUCCEEDED(object->Invoke(f->memid, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, &result, nullptr, nullptr)) &&
-                V_VT(&result) == VT_DISPATCH && V_DISPATCH(&result) && depth > 0)
-                Read(V_DISPATCH(&result), depth - 1);
-            VariantClear(&result);
+                result.Object() && depth > 0)
+                Read(result.Object(), depth - 1);
             if (depth < 0) i = type->cFuncs;
         }
         info->ReleaseFuncDesc(f);
     }
     info->ReleaseTypeAttr(type);
-}
-
-HRESULT Method(IDispatch* object, const wchar_t* name, VARIANT* result, std::vector<VARIANT> args = {}) {
-    DISPID id;
-    LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
-    HRESULT hr = object->GetIDsOfNames(IID_NULL, names, 1, 0, &id);
-    DISPPARAMS params{args.data(), nullptr, static_cast<UINT>(args.size()), 0};
-    if (SUCCEEDED(hr)) hr = object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, &params, result, nullptr, nullptr);
-    for (VARIANT& arg : args) VariantClear(&arg);
-    return hr;
 }
 
 VARIANT Text(const std::wstring& text) {
@@ -350,18 +341,19 @@ bool CycleRound(const std::vector<ComPtr<IClassFactory>>& factories, bool deep) 
         ComPtr<IDispatch> object;
         if (FAILED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)))) return false;
         Read(object.Get(), depth);
-        VARIANT item{}, parent{}, walk{}, more{}, path{}, volume{}, one{};
+        Var item, parent, walk, path, volume;
+        VARIANT one{};
         V_VT(&one) = VT_I4, V_I4(&one) = 1;
-        if (SUCCEEDED(Method(object.Get(), L"Item", &volume, {one}))) Read(V_DISPATCH(&volume), depth);
+        if (SUCCEEDED(Method(object.Get(), L"Item", &volume, {one}))) Read(volume.Object(), depth);
         if (SUCCEEDED(Method(object.Get(), L"GetFolderItem", &item, {Text(g_sandbox + L"a\\x.txt")}))) {
-            Read(V_DISPATCH(&item), depth);
-            if (SUCCEEDED(Method(V_DISPATCH(&item), L"Parent", &parent))) Method(V_DISPATCH(&parent), L"EnumFolder", &walk);
-            while (V_VT(&walk) == VT_DISPATCH && SUCCEEDED(Method(V_DISPATCH(&walk), L"GetNextItem", &more)) && V_BOOL(&more))
-                Read(V_DISPATCH(&walk), depth);
+            Read(item.Object(), depth);
+            if (SUCCEEDED(Method(item.Object(), L"Parent", &parent))) Method(parent.Object(), L"EnumFolder", &walk);
+            for (Var more; walk.Object() && SUCCEEDED(Method(walk.Object(), L"GetNextItem", &more)) && more.boolVal;
+                 VariantClear(&more))
+                Read(walk.Object(), depth);
             if (SUCCEEDED(Method(object.Get(), L"GetPathObject", &path, {Text(g_sandbox + L"a\\x.txt")})))
-                Read(V_DISPATCH(&path), depth);
+                Read(path.Object(), depth);
         }
-        for (VARIANT* v : {&item, &parent, &walk, &more, &path, &volume}) VariantClear(v);
     }
     return true;
 }
