@@ -430,7 +430,8 @@ int wmain(int argc, wchar_t** argv) {
     if (canUnload() != S_OK) ++findings, std::fprintf(stderr, "LEAK: DllCanUnloadNow answers S_FALSE after the run\n");
     for (const wchar_t* name : {L"a\\b\\y.bin", L"a\\x.txt", L"z.txt"}) {
         const std::wstring file = g_sandbox + name;
-        if (GetFileAttributesW(file.c_str()) != INVALID_FILE_ATTRIBUTES && !DeleteFileW(file.c_str()))
+        // Calls may have made it read-only; an open handle is what keeps it.
+        if (SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_NORMAL) && !DeleteFileW(file.c_str()))
             ++findings, std::fprintf(stderr, "LEAK: %ls cannot be deleted (error %lu)\n", file.c_str(), GetLastError());
     }
     std::fflush(stdout);
