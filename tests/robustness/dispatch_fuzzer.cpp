@@ -430,8 +430,11 @@ int wmain(int argc, wchar_t** argv) {
     if (canUnload() != S_OK) ++findings, std::fprintf(stderr, "LEAK: DllCanUnloadNow answers S_FALSE after the run\n");
     for (const wchar_t* name : {L"a\\b\\y.bin", L"a\\x.txt", L"z.txt"}) {
         const std::wstring file = g_sandbox + name;
-        // Calls may have made it read-only; an open handle is what keeps it.
-        if (SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_NORMAL) && !DeleteFileW(file.c_str()))
+        // Calls may have made it read-only, or replaced it with a folder of that name; only
+        // an open handle keeps a file.
+        const DWORD attributes = GetFileAttributesW(file.c_str());
+        if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY)) continue;
+        if (!SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_NORMAL) || !DeleteFileW(file.c_str()))
             ++findings, std::fprintf(stderr, "LEAK: %ls cannot be deleted (error %lu)\n", file.c_str(), GetLastError());
     }
     std::fflush(stdout);
