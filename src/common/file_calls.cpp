@@ -41,6 +41,11 @@ bool MoveItem(const std::wstring& source, const std::wstring& destination) {
     return api.MoveFileA(ToAnsi(source).c_str(), ToAnsi(destination).c_str());
 }
 
+HANDLE OpenHandle(const std::wstring& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
+    if (UseWideCalls()) return api.CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr);
+    return api.CreateFileA(ToAnsi(path).c_str(), access, share, nullptr, disposition, flags, nullptr);
+}
+
 bool MoveItemWithOptions(const std::wstring& source, const std::wstring& destination, DWORD options) {
     if (UseWideCalls()) return api.MoveFileExW(source.c_str(), destination.c_str(), options);
     return api.MoveFileExA(ToAnsi(source).c_str(), ToAnsi(destination).c_str(), options);

@@ -51,7 +51,7 @@ struct KernelHandleTraits {
     using Type = HANDLE;
     static Type Empty() { return nullptr; }
     static bool IsValid(Type handle) { return !IsNoHandle(handle); }
-    static bool Close(Type handle) { return CloseHandle(handle) != FALSE; }
+    static bool Close(Type handle) { return api.CloseHandle(handle) != FALSE; }
 };
 
 struct FindHandleTraits {

@@ -68,6 +68,23 @@ struct PlatformApi {
     VOFS_PLATFORM_CALL(SHBrowseForFolderA)
     VOFS_PLATFORM_CALL(SHGetPathFromIDListW)
     VOFS_PLATFORM_CALL(SHGetPathFromIDListA)
+    VOFS_PLATFORM_CALL(CreateFileW)
+    VOFS_PLATFORM_CALL(CreateFileA)
+    VOFS_PLATFORM_CALL(CloseHandle)
+    VOFS_PLATFORM_CALL(GetFileTime)
+    VOFS_PLATFORM_CALL(SetFileTime)
+    VOFS_PLATFORM_CALL(GetFileSize)
+    VOFS_PLATFORM_CALL(ReadFile)
+    VOFS_PLATFORM_CALL(WriteFile)
+    VOFS_PLATFORM_CALL(SetFilePointer)
+    VOFS_PLATFORM_CALL(SetEndOfFile)
+    VOFS_PLATFORM_CALL(FlushFileBuffers)
+    VOFS_PLATFORM_CALL(LockFile)
+    VOFS_PLATFORM_CALL(UnlockFile)
+    VOFS_PLATFORM_CALL(ReadFileEx)
+    VOFS_PLATFORM_CALL(WriteFileEx)
+    VOFS_PLATFORM_CALL(CancelIo)
+    VOFS_PLATFORM_CALL(SleepEx)
 #undef VOFS_PLATFORM_CALL
 };
 
