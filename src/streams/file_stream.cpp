@@ -1,0 +1,313 @@
+#include "streams/file_stream.h"
+
+#include "common/ansi.h"
+#include "common/byte_array.h"
+#include "common/large_values.h"
+#include "common/long_handles.h"
+#include "common/platform_api.h"
+#include "common/system_error.h"
+#include "streams/open_file.h"
+#include "streams/stream_rules.h"
+
+namespace vofs {
+namespace {
+
+using stream_rules::BufferKind;
+
+constexpr DWORD kSeekFlags = FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_RANDOM_ACCESS;
+constexpr wchar_t kModuleSource[] = L"MFileSystemLib";
+
+void CheckStreamCall(bool succeeded) { CheckPlatformCall(succeeded, FileStream::kClassName); }
+
+// The caller's Buffer argument, read by its Variant type (a typed variable's reference
+// followed): an address, a String or a one-dimensional Byte array.
+class CallerBuffer {
+public:
+    explicit CallerBuffer(VARIANT* argument) : value_(Deref(*argument)), array_(ArrayOf(value_)) {
+        switch (V_VT(&value_) & ~VT_BYREF) {
+            case VT_I4:
+                kind_ = BufferKind::Address;
+                // An address travels as a Long; on the 64-bit build it is sign-extended,
+                // as the library's own addresses are handed out (long_handles.h).
+                address_ = reinterpret_cast<uint8_t*>(static_cast<intptr_t>(
+                    V_VT(&value_) & VT_BYREF ? *V_I4REF(&value_) : V_I4(&value_)));
+                break;
+            case VT_BSTR:
+                kind_ = BufferKind::Text;
+                text_ = Bstr::View(V_VT(&value_) & VT_BYREF ? *V_BSTRREF(&value_) : V_BSTR(&value_));
+                length_ = text_.size();
+                break;
+            case VT_ARRAY | VT_UI1:
+                if (!array_.Valid()) Raise(RunTimeError::InvalidCall, FileStream::kClassName);
+                kind_ = BufferKind::Bytes;
+                address_ = array_.Data();
+                length_ = array_.Count();
+                break;
+            default: Raise(RunTimeError::InvalidCall, FileStream::kClassName);
+        }
+    }
+
+    BufferKind Kind() const { return kind_; }
+    uint64_t Length() const { return length_; }
+    uint8_t* Address() const { return address_; }
+    std::wstring_view Text() const { return text_; }
+
+private:
+    static SAFEARRAY* ArrayOf(const VARIANT& value) {
+        if ((V_VT(&value) & ~VT_BYREF) != (VT_ARRAY | VT_UI1)) return nullptr;
+        return V_VT(&value) & VT_BYREF ? *V_ARRAYREF(&value) : V_ARRAY(&value);
+    }
+
+    const VARIANT& value_;
+    ArrayData array_;
+    BufferKind kind_ = BufferKind::Other;
+    uint8_t* address_ = nullptr;
+    std::wstring_view text_;
+    uint64_t length_ = 0;
+};
+
+}  // namespace
+
+FileStream::FileStream() : async_(new AsyncTransfer) {}
+
+FileStream::~FileStream() { Close(); }
+
+ComPtr<FileStream> FileStream::On(ComPtr<OpenFile> file) {
+    ComPtr<FileStream> stream = Make();
+    stream->AttachTo(std::move(file));
+    return stream;
+}
+
+void FileStream::AttachTo(ComPtr<OpenFile> file) {
+    if (!file) Raise(RunTimeError::InvalidCall, kClassName);
+    if (IsNoHandle(file->NativeHandle())) RaiseNumber(-1, kClassName);
+    file_ = std::move(file);
+    // A new transfer record: the position of overlapped transfers starts at 0 again.
+    async_ = AsyncTransferPtr(new AsyncTransfer);
+}
+
+OpenFile& FileStream::File() const {
+    if (!file_) Raise(RunTimeError::InvalidCall, kClassName);
+    return *file_.Get();
+}
+
+void FileStream::Seek(int64_t offset, DWORD origin) {
+    LONG high = static_cast<LONG>(HighWord(static_cast<uint64_t>(offset)));
+    const DWORD low = api.SetFilePointer(File().RequireHandle(), static_cast<LONG>(LowWord(offset)), &high, origin);
+    // A target whose low word is all ones fails too, as it always has.
+    if (low == INVALID_SET_FILE_POINTER) RaiseSystemError(static_cast<long>(GetLastError()), kClassName);
+}
+
+void FileStream::Close() {
+    if (!file_) return;
+    if (async_->Pending()) async_->Cancel(file_->NativeHandle());
+    file_->Close();
+}
+
+LONG FileStream::Transfer(bool reading, VARIANT* buffer, LONG offset, LONG count) {
+    if (!buffer) Raise(RunTimeError::InvalidCall, kClassName);
+    if (async_->Pending()) RaiseSystemError(ERROR_IO_PENDING, kClassName);
+    if (File().Flags() & FILE_FLAG_OVERLAPPED) return StartAsync(reading, buffer, count);
+
+    const CallerBuffer caller(buffer);
+    const auto direction = reading ? stream_rules::Direction::Read : stream_rules::Direction::Write;
+    const stream_rules::TransferPlan plan = stream_rules::PlanTransfer(direction, caller.Kind(), caller.Length(), offset, count);
+    if (plan.refused) Raise(RunTimeError::InvalidCall, kClassName);
+    if (plan.count == 0) return 0;
+
+    uint8_t* at = caller.Address();
+    std::string ansi;  // a String's bytes: read into and dropped, or written from
+    if (caller.Kind() == BufferKind::Text) {
+        ansi = ToUserAnsi(caller.Text());
+        if (ansi.size() < uint64_t{plan.start} + plan.count) ansi.resize(uint64_t{plan.start} + plan.count);
+        at = reinterpret_cast<uint8_t*>(ansi.data());
+    }
+    at += plan.start;
+
+    SetLastError(0);
+    const stream_rules::LoopResult result = stream_rules::RunTransfer(direction, plan.count, [&](uint32_t done, uint32_t request) {
+        const HANDLE handle = File().RequireHandle();
+        DWORD moved = 0;
+        const BOOL ok = reading ? api.ReadFile(handle, at + done, request, &moved, nullptr)
+                                : api.WriteFile(handle, at + done, request, &moved, nullptr);
+        return stream_rules::StepResult{ok != FALSE, moved, ok ? 0 : GetLastError()};
+    });
+    if (result.error) RaiseSystemError(static_cast<long>(result.error), kClassName);
+    return static_cast<LONG>(result.total);
+}
+
+// An overlapped transfer takes the whole buffer: Offset, and Count but for an address,
+// play no part.
+LONG FileStream::StartAsync(bool reading, VARIANT* buffer, LONG count) {
+    const CallerBuffer caller(buffer);
+    const auto direction = reading ? AsyncTransfer::Direction::Read : AsyncTransfer::Direction::Write;
+    const HANDLE handle = File().RequireHandle();
+    switch (caller.Kind()) {
+        case BufferKind::Address:
+            async_->Start(handle, direction, caller.Address(), count < 0 ? 0 : static_cast<uint32_t>(count));
+            break;
+        case BufferKind::Text: {
+            std::string ansi = ToUserAnsi(caller.Text());
+            ansi.resize(caller.Length());
+            async_->Start(handle, direction, ansi.data(), static_cast<uint32_t>(ansi.size()));
+            break;
+        }
+        case BufferKind::Bytes:
+            async_->Start(handle, direction, caller.Address(), static_cast<uint32_t>(caller.Length()));
+            break;
+        case BufferKind::Other: Raise(RunTimeError::InvalidCall, kClassName);
+    }
+    return 0;
+}
+
+HRESULT FileStream::Attach(_OpenFile* OpenFile) {
+    return Run([&] { AttachTo(ComPtr<vofs::OpenFile>(ImplementationOf<vofs::OpenFile>(OpenFile))); });
+}
+
+HRESULT FileStream::get_CanRead(VARIANT_BOOL* value) {
+    return Get(value, [&] { return (File().AccessMask() & GENERIC_READ) != 0; });
+}
+
+HRESULT FileStream::get_CanWrite(VARIANT_BOOL* value) {
+    return Get(value, [&] { return (File().AccessMask() & GENERIC_WRITE) != 0; });
+}
+
+HRESULT FileStream::get_CanSeek(VARIANT_BOOL* value) {
+    return Get(value, [&] { return (File().Flags() & kSeekFlags) != 0; });
+}
+
+HRESULT FileStream::get_IsAsync(VARIANT_BOOL* value) {
+    return Get(value, [&] { return (File().Flags() & FILE_FLAG_OVERLAPPED) != 0; });
+}
+
+HRESULT FileStream::get_Length(VARIANT* value) {
+    return Get(value, [&] {
+        DWORD high = 0;
+        SetLastError(0);
+        const DWORD low = api.GetFileSize(File().RequireHandle(), &high);
+        if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) RaiseSystemError(0, kClassName);
+        return SizeValue(JoinWords(high, low));
+    });
+}
+
+HRESULT FileStream::get_Position(VARIANT* value) {
+    return Get(value, [&] {
+        LONG high = 0;
+        SetLastError(0);
+        const DWORD low = api.SetFilePointer(File().RequireHandle(), 0, &high, FILE_CURRENT);
+        if (low == INVALID_SET_FILE_POINTER) RaiseSystemError(static_cast<long>(GetLastError()), kModuleSource);
+        return SizeValue(JoinWords(static_cast<DWORD>(high), low));
+    });
+}
+
+HRESULT FileStream::get_Name(BSTR* value) {
+    return Get(value, [&] {
+        Bstr name;
+        CheckCall(File().get_Name(name.Receive()));
+        return name;
+    });
+}
+
+HRESULT FileStream::Flush() {
+    return Run([&] { CheckStreamCall(api.FlushFileBuffers(File().RequireHandle()) != FALSE); });
+}
+
+HRESULT FileStream::CloseStream() {
+    return Run([&] { Close(); });
+}
+
+HRESULT FileStream::get_Handle(LONG* value) {
+    return Get(value, [&] { return HandleAsLong(File().NativeHandle()); });
+}
+
+HRESULT FileStream::get_OpenFile(_OpenFile** value) {
+    return Get(value, [&] { return file_; });
+}
+
+HRESULT FileStream::get_OpenFile(_IOpenFile** value) {
+    return Get(value, [&] { return file_; });
+}
+
+HRESULT FileStream::SeekPosition(VARIANT Offset, FilePointerOptions Origin) {
+    return Run([&] {
+        if (Origin < 0 || Origin > 2) Raise(RunTimeError::InvalidPropertyValue, kClassName);
+        Seek(LargeValueFrom(Offset), static_cast<DWORD>(Origin));
+    });
+}
+
+HRESULT FileStream::SetLength(VARIANT NewValue) {
+    return Run([&] {
+        Seek(LargeValueFrom(NewValue), FILE_BEGIN);
+        CheckStreamCall(api.SetEndOfFile(File().RequireHandle()) != FALSE);
+    });
+}
+
+HRESULT FileStream::LockStream(VARIANT Position, VARIANT Length) {
+    return Run([&] {
+        const auto position = static_cast<uint64_t>(LargeValueFrom(Position));
+        const auto length = static_cast<uint64_t>(LargeValueFrom(Length));
+        CheckStreamCall(api.LockFile(File().RequireHandle(), LowWord(position), HighWord(position), LowWord(length),
+                                     HighWord(length)) != FALSE);
+    });
+}
+
+HRESULT FileStream::UnlockStream(VARIANT Position, VARIANT Length) {
+    return Run([&] {
+        const auto position = static_cast<uint64_t>(LargeValueFrom(Position));
+        const auto length = static_cast<uint64_t>(LargeValueFrom(Length));
+        CheckStreamCall(api.UnlockFile(File().RequireHandle(), LowWord(position), HighWord(position), LowWord(length),
+                                       HighWord(length)) != FALSE);
+    });
+}
+
+HRESULT FileStream::ReadStream(VARIANT* Buffer, LONG Offset, LONG Count, LONG* value) {
+    return Get(value, [&] { return Transfer(true, Buffer, Offset, Count); });
+}
+
+HRESULT FileStream::WriteStream(VARIANT* Buffer, LONG Offset, LONG Count, LONG* value) {
+    return Get(value, [&] { return Transfer(false, Buffer, Offset, Count); });
+}
+
+HRESULT FileStream::AsyncWaitOnIo(LONG, QueueStatus, VARIANT_BOOL* value) {
+    return Get(value, [&] { return async_->Wait(); });
+}
+
+HRESULT FileStream::get_AsyncBytesTransfered(LONG* value) {
+    return Get(value, [&] { return static_cast<LONG>(async_->BytesTransferred()); });
+}
+
+HRESULT FileStream::get_AsyncBytesToTransfer(LONG* value) {
+    return Get(value, [&] { return static_cast<LONG>(async_->BytesToTransfer()); });
+}
+
+HRESULT FileStream::get_AsyncErrorNumber(LONG* value) {
+    return Get(value, [&] { return static_cast<LONG>(async_->ErrorNumber()); });
+}
+
+HRESULT FileStream::get_AsyncErrorDescription(BSTR* value) {
+    return Get(value, [&] { return SystemErrorText(static_cast<long>(async_->ErrorNumber())); });
+}
+
+HRESULT FileStream::get_AsyncIoPending(VARIANT_BOOL* value) {
+    return Get(value, [&] { return async_->Pending(); });
+}
+
+HRESULT FileStream::AsyncCancelIo() {
+    return Run([&] { async_->Cancel(File().NativeHandle()); });
+}
+
+HRESULT FileStream::GetAsyncIoBuffer(VARIANT* value) {
+    return Get(value, [&] { return ByteArrayOf(async_->Buffer()); });
+}
+
+HRESULT FileStream::AsyncErrorRaise() {
+    return Run([&] {
+        if (async_->ErrorNumber() != 0) RaiseSystemError(static_cast<long>(async_->ErrorNumber()), kClassName);
+    });
+}
+
+HRESULT FileStream::get_Object(IDispatch** value) {
+    return Get(value, [&] { return ComPtr<FileStream>(this); });
+}
+
+}  // namespace vofs
