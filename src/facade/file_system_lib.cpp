@@ -11,6 +11,7 @@
 #include "items/folder_item.h"
 #include "paths/path.h"
 #include "paths/path_text.h"
+#include "streams/folder_copy.h"
 #include "system/volumes.h"
 
 namespace vofs {
@@ -62,8 +63,12 @@ HRESULT FileSystemLib::GetUniqueTempName(BSTR Seed, BSTR Extension, BSTR Folder,
     return Get(value, [&] { return UniqueTempName(ToWString(Seed), ToWString(Extension), ToWString(Folder)); });
 }
 
-HRESULT FileSystemLib::CopyFolder(BSTR, BSTR, VARIANT_BOOL) {
-    return Run([] { RaiseNotAvailable(L"CopyFolder"); });
+HRESULT FileSystemLib::CopyFolder(BSTR SourceFolder, BSTR DestinationFolder, VARIANT_BOOL OverWriteFiles) {
+    return Run([&] {
+        const ComPtr<FolderItem> source = FolderItem::Open(Bstr::View(SourceFolder));
+        const ComPtr<FolderItem> destination = FolderItem::Open(Bstr::View(DestinationFolder));
+        CopyFolderTree(source.Get(), destination.Get(), OverWriteFiles != VARIANT_FALSE);
+    });
 }
 
 HRESULT FileSystemLib::FolderExists(BSTR Path, VARIANT_BOOL* value) {
@@ -156,12 +161,23 @@ HRESULT FileSystemLib::OpenBackupStreamWriter(BSTR, FileMode, FileAccess, FileSh
     return Get(value, []() -> ComPtr<_BackupStreamWriter> { RaiseNotAvailable(L"OpenBackupStreamWriter"); });
 }
 
-HRESULT FileSystemLib::OpenStream(BSTR, FileMode, FileAccess, FileShare, OpenFileFlags, _FileStream** value) {
-    return Get(value, []() -> ComPtr<_FileStream> { RaiseNotAvailable(L"OpenStream"); });
+HRESULT FileSystemLib::OpenStream(BSTR Path, FileMode Mode, FileAccess Access, FileShare Share, OpenFileFlags Flags,
+                                  _FileStream** value) {
+    return Get(value, [&] {
+        ComPtr<_FileStream> stream;
+        CheckCall(FolderItem::Open(Bstr::View(Path))->OpenStream(Mode, Access, Share, Flags, stream.GetAddressOf()));
+        return stream;
+    });
 }
 
-HRESULT FileSystemLib::OpenTextStream(BSTR, TextStreamIoMode, FileShare, _ITextStream** value) {
-    return Get(value, []() -> ComPtr<_ITextStream> { RaiseNotAvailable(L"OpenTextStream"); });
+HRESULT FileSystemLib::OpenTextStream(BSTR Path, TextStreamIoMode IoMode, FileShare Share, _ITextStream** value) {
+    return Get(value, [&] {
+        ComPtr<_TextStream> text;
+        CheckCall(FolderItem::Open(Bstr::View(Path))->OpenTextStream(IoMode, Share, text.GetAddressOf()));
+        ComPtr<_ITextStream> stream;
+        CheckCall(text.As(&stream));
+        return stream;
+    });
 }
 
 HRESULT FileSystemLib::EnumFolder(BSTR Path, BSTR Filter, _FolderEnumerator** value) {

@@ -6,6 +6,9 @@
 #include "items/find_calls.h"
 #include "items/find_record.h"
 #include "items/folder_enumerator.h"
+#include "streams/file_stream.h"
+#include "streams/open_file.h"
+#include "streams/text_stream.h"
 #include "system/volumes.h"
 
 #include <array>
@@ -243,7 +246,7 @@ HRESULT FolderItem::put_Cached(VARIANT_BOOL value) {
     return Run([&] { cached_ = value != VARIANT_FALSE; });
 }
 
-// The streams over an item's file come with the stream classes.
+// The backup streams over an item's file come with the backup classes.
 HRESULT FolderItem::OpenBackupStreamReader(FileMode, FileAccess, FileShare, VARIANT_BOOL, LONG, VARIANT_BOOL,
                                            _BackupStreamReader** value) {
     return Get(value, [&]() -> ComPtr<_BackupStreamReader> {
@@ -274,39 +277,49 @@ HRESULT FolderItem::OpenBackupStreamWriter(VARIANT_BOOL, VARIANT_BOOL, _BackupSt
     });
 }
 
-HRESULT FolderItem::OpenStream(FileMode, FileAccess, FileShare, OpenFileFlags, _FileStream** value) {
-    return Get(value, [&]() -> ComPtr<_FileStream> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenStream");
-    });
+ComPtr<FileStream> FolderItem::OpenStreamNow(FileMode mode, FileAccess access, FileShare share, OpenFileFlags flags) {
+    RequireInitialized();
+    const OpenFile::Parameters parameters{static_cast<DWORD>(mode), static_cast<DWORD>(access),
+                                          static_cast<DWORD>(share), static_cast<DWORD>(flags)};
+    return FileStream::On(OpenFile::Open(this, path_->PlatformPath(), parameters));
+}
+
+ComPtr<TextStream> FolderItem::OpenTextStreamNow(TextStreamIoMode mode, FileShare share) {
+    RequireInitialized();
+    constexpr long kReading = ForReading, kWriting = ForWriting | ForAppending;
+    if ((mode & kReading) && (mode & kWriting)) Raise(RunTimeError::InvalidCall, kClassName);
+    // No mode truncates or moves to the end: writing starts at 0 and overwrites in place.
+    const bool writing = (mode & kWriting) != 0;
+    const OpenFile::Parameters parameters{writing ? DWORD{OPEN_ALWAYS} : DWORD{OPEN_EXISTING},
+                                          writing ? DWORD{GENERIC_READ | GENERIC_WRITE} : DWORD{GENERIC_READ},
+                                          static_cast<DWORD>(share),
+                                          FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_RANDOM_ACCESS};
+    // The open file records 3 as its flags, as it always has.
+    constexpr DWORD kRecordedFlags = 3;
+    ComPtr<OpenFile> file = OpenFile::Open(this, path_->PlatformPath(), parameters, kRecordedFlags);
+    ComPtr<FileStream> stream = FileStream::On(file);
+    return TextStream::On(file, stream);
+}
+
+HRESULT FolderItem::OpenStream(FileMode Mode, FileAccess Access, FileShare Share, OpenFileFlags Flags,
+                               _FileStream** value) {
+    return Get(value, [&] { return OpenStreamNow(Mode, Access, Share, Flags); });
 }
 
 HRESULT FolderItem::OpenStreamReader(_IFileStream** value) {
-    return Get(value, [&]() -> ComPtr<_IFileStream> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenStreamReader");
-    });
+    return Get(value, [&] { return OpenStreamNow(OpenExisting, AccessRead, ShareRead, OpenFileFlags{}); });
 }
 
 HRESULT FolderItem::OpenStreamWriter(_IFileStream** value) {
-    return Get(value, [&]() -> ComPtr<_IFileStream> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenStreamWriter");
-    });
+    return Get(value, [&] { return OpenStreamNow(OpenOrCreate, AccessReadWrite, ShareRead, OpenFileFlags{}); });
 }
 
-HRESULT FolderItem::OpenTextStream(TextStreamIoMode, FileShare, _TextStream** value) {
-    return Get(value, [&]() -> ComPtr<_TextStream> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenTextStream");
-    });
+HRESULT FolderItem::OpenTextStream(TextStreamIoMode IoMode, FileShare Share, _TextStream** value) {
+    return Get(value, [&] { return OpenTextStreamNow(IoMode, Share); });
 }
 
-HRESULT FolderItem::OpenTextStream(TextStreamIoMode, _ITextStream** value) {
-    return Get(value, [&]() -> ComPtr<_ITextStream> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenTextStream");
-    });
+HRESULT FolderItem::OpenTextStream(TextStreamIoMode Mode, _ITextStream** value) {
+    return Get(value, [&] { return OpenTextStreamNow(Mode, FileShare{}); });
 }
 
 HRESULT FolderItem::EnumFolder(BSTR Filter, _FolderEnumerator** value) {

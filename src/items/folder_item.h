@@ -18,6 +18,8 @@
 namespace vofs {
 
 class FolderEnumerator;
+class FileStream;
+class TextStream;
 
 class FolderItem final : public ComObject<FolderItem, _FolderItem, _IFolderItem> {
 public:
@@ -92,6 +94,8 @@ private:
     void CreateFolderChain();
     void DeleteNow();
     ComPtr<FolderEnumerator> OpenEnumerator(BSTR filter);
+    ComPtr<FileStream> OpenStreamNow(FileMode mode, FileAccess access, FileShare share, OpenFileFlags flags);
+    ComPtr<TextStream> OpenTextStreamNow(TextStreamIoMode mode, FileShare share);
 
     ComPtr<Path> path_;
     ComPtr<FindDataRecord> record_;

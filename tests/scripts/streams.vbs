@@ -1,0 +1,108 @@
+' Streams from VBScript as a user drives them: byte streams with String buffers, text
+' streams line by line, the open file under them, an overlapped read, and a folder copy.
+Dim lib, dir, s, t, f, i, text
+Set lib = CreateObject("VOFSL.FileSystemLib")
+dir = WScript.Arguments(0) & "\"
+
+' A byte stream: String buffers are written as ANSI bytes; the read asymmetries hold.
+Set s = lib.OpenStream(dir & "bytes.bin", 2, &HC0000000, 0, 0)
+Check "WriteStream of a String", s.WriteStream("abc"), 3
+Check "Length", s.Length, 3
+Check "Position", s.Position, 3
+Check "CanSeek without seek flags", s.CanSeek, False
+Check "Sharing is never recorded", s.OpenFile.Sharing, 0
+Check "OpenFile.Size", s.OpenFile.Size, 3
+On Error Resume Next
+s.WriteStream "abc", 1
+CheckError "a String write with an offset and the whole text", 5, "FileStream", ""
+s.SeekPosition 0, 3
+CheckError "a seek origin past 2", 380, "FileStream", ""
+On Error GoTo 0
+s.SeekPosition 0
+text = "xyz"
+Check "ReadStream into a String reads", s.ReadStream(text, 0, 2), 2
+Check "...and leaves the String as it was", text, "xyz"
+s.SetLength 0
+Check "SetLength(0) empties the file", s.Length, 0
+Check "...and leaves the position at 0", s.Position, 0
+Set f = s.OpenFile
+s.CloseStream
+f.CloseFile
+On Error Resume Next
+i = f.Size
+CheckError "Size after CloseFile", 5, "OpenFile", ""
+Set s = lib.OpenStream(dir & "missing.bin")
+CheckError "opening a missing file", &H80070002, "OpenFile", ""
+On Error GoTo 0
+
+' Text streams: lines, blank lines, UTF-16 by its mark, the end of the stream.
+Set t = lib.OpenTextStream(dir & "lines.txt", 2, 0)
+t.WriteLine "x"
+Check "WriteLine writes text and CR LF", t.Length, 3
+t.WriteBlankLines 2
+t.WriteStream "a" & vbCr & vbLf & "b"
+t.SeekColumn 1
+Check "ReadLine", t.ReadLine, "x"
+Check "blank lines are written as 10, 0", t.ReadStream(4), vbLf & Chr(0) & vbLf & Chr(0)
+Check "a line", t.ReadLine, "a"
+Check "the last line", t.ReadLine, "b"
+Check "AtEndOfStream", t.AtEndOfStream, True
+Check "ReadLine at the end", t.ReadLine, ""
+Check "AtEndOfLine at the end", t.AtEndOfLine, False
+Check "...moves back one byte", t.Column, t.Length - 1
+Check "ReadStream() reads nothing", t.ReadStream(), ""
+On Error Resume Next
+t.NewLine = ""
+CheckError "an empty NewLine", 380, "", ""
+On Error GoTo 0
+t.CloseStream
+Set t = lib.OpenTextStream(dir & "wide.txt", 2, 0)
+t.WriteStream Chr(255) & Chr(254) & "h" & Chr(0) & "i" & Chr(0) & vbCr & Chr(0) & vbLf & Chr(0)
+t.SeekColumn 1
+Check "a UTF-16 line after the mark", t.ReadLine, "hi"
+t.SeekColumn 1
+Check "ReadToEnd reads ANSI", Len(t.ReadToEnd), 10
+t.CloseStream
+
+' An overlapped read: it starts, refuses a second one, and completes in the wait.
+Set s = lib.OpenStream(dir & "lines.txt", 3, &H80000000, 1, &H40000000)
+text = "12345"
+Check "an overlapped read returns at once", s.ReadStream(text), 0
+Check "...and is pending", s.AsyncIoPending, True
+On Error Resume Next
+s.ReadStream text
+CheckError "a second transfer while one is pending", &H800703E5, "FileStream", ""
+On Error GoTo 0
+Check "AsyncWaitOnIo", s.AsyncWaitOnIo, True
+Check "AsyncBytesTransfered", s.AsyncBytesTransfered, 5
+Check "GetAsyncIoBuffer is a Byte array", VarType(s.GetAsyncIoBuffer), 8209
+s.CloseStream
+Set s = lib.OpenStream(dir & "copy.bin", 2, &HC0000000, 0, 0)
+text = "12345"
+Set f = lib.OpenStream(dir & "lines.txt", 3, &H80000000, 1, &H40000000)
+f.ReadStream text
+f.AsyncWaitOnIo
+Check "the buffer written from a Byte array", s.WriteStream(f.GetAsyncIoBuffer), 5
+f.CloseStream
+s.SeekPosition 0
+Check "...holds the bytes read", s.ReadStream(text, 0, 5), 5
+s.CloseStream
+
+' CopyFolder: a tree, existing files kept or overwritten (read-only ones too).
+lib.GetFolderItem(dir & "src\sub").CreateFolder
+Set t = lib.OpenTextStream(dir & "src\sub\a.txt", 2, 0)
+t.WriteLine "new"
+t.CloseStream
+lib.CopyFolder dir & "src", dir & "dst"
+Set t = lib.OpenTextStream(dir & "dst\sub\a.txt", 1, 1)
+Check "CopyFolder copies a tree", t.ReadLine, "new"
+t.CloseStream
+Set t = lib.OpenTextStream(dir & "src\sub\a.txt", 2, 0)
+t.WriteLine "newer"
+t.CloseStream
+lib.CopyFolder dir & "src", dir & "dst", False
+Check "OverWriteFiles False keeps a file", lib.GetFolderItem(dir & "dst\sub\a.txt").Size, 5
+lib.GetFolderItem(dir & "dst\sub\a.txt").Attributes = 1
+lib.CopyFolder dir & "src", dir & "dst"
+Check "a read-only file is overwritten", lib.GetFolderItem(dir & "dst\sub\a.txt").Size, 7
+Done
