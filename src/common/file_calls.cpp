@@ -41,6 +41,18 @@ bool MoveItem(const std::wstring& source, const std::wstring& destination) {
     return api.MoveFileA(ToAnsi(source).c_str(), ToAnsi(destination).c_str());
 }
 
+std::wstring FullPathName(const std::wstring& path) {
+    if (UseWideCalls()) {
+        std::wstring full(api.GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+        const DWORD length = full.empty() ? 0 : api.GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+        return length && length < full.size() ? full.substr(0, length) : path;
+    }
+    const std::string ansi = ToAnsi(path);
+    std::string full(api.GetFullPathNameA(ansi.c_str(), 0, nullptr, nullptr), '\0');
+    const DWORD length = full.empty() ? 0 : api.GetFullPathNameA(ansi.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
+    return length && length < full.size() ? FromAnsi(std::string_view(full).substr(0, length)) : path;
+}
+
 HANDLE OpenHandle(const std::wstring& path, DWORD access, DWORD share, DWORD disposition, DWORD flags) {
     if (UseWideCalls()) return api.CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr);
     return api.CreateFileA(ToAnsi(path).c_str(), access, share, nullptr, disposition, flags, nullptr);

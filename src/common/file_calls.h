@@ -20,6 +20,8 @@ bool RemoveFolder(const std::wstring& path);
 bool RemoveFile(const std::wstring& path);
 bool CopyItem(const std::wstring& source, const std::wstring& destination, bool failIfExists);
 bool MoveItem(const std::wstring& source, const std::wstring& destination);
+// The absolute form of a local path (GetFullPathName); the text itself when that fails.
+std::wstring FullPathName(const std::wstring& path);
 // CreateFile with no security attributes and no template; INVALID_HANDLE_VALUE on failure.
 HANDLE OpenHandle(const std::wstring& path, DWORD access, DWORD share, DWORD disposition, DWORD flags);
 bool MoveItemWithOptions(const std::wstring& source, const std::wstring& destination, DWORD options);

@@ -68,6 +68,8 @@ struct PlatformApi {
     VOFS_PLATFORM_CALL(SHBrowseForFolderA)
     VOFS_PLATFORM_CALL(SHGetPathFromIDListW)
     VOFS_PLATFORM_CALL(SHGetPathFromIDListA)
+    VOFS_PLATFORM_CALL(GetFullPathNameW)
+    VOFS_PLATFORM_CALL(GetFullPathNameA)
     VOFS_PLATFORM_CALL(CreateFileW)
     VOFS_PLATFORM_CALL(CreateFileA)
     VOFS_PLATFORM_CALL(CloseHandle)

@@ -65,8 +65,14 @@ HRESULT FileSystemLib::GetUniqueTempName(BSTR Seed, BSTR Extension, BSTR Folder,
 
 HRESULT FileSystemLib::CopyFolder(BSTR SourceFolder, BSTR DestinationFolder, VARIANT_BOOL OverWriteFiles) {
     return Run([&] {
-        const ComPtr<FolderItem> source = FolderItem::Open(Bstr::View(SourceFolder));
-        const ComPtr<FolderItem> destination = FolderItem::Open(Bstr::View(DestinationFolder));
+        // Local folders are named absolutely, so that a copy into the source's own tree is
+        // recognised however the names were written.
+        const auto absolute = [](BSTR text) {
+            const std::wstring path = ToWString(text);
+            return path.find(L"://") == std::wstring::npos ? fs::FullPathName(path) : path;
+        };
+        const ComPtr<FolderItem> source = FolderItem::Open(absolute(SourceFolder));
+        const ComPtr<FolderItem> destination = FolderItem::Open(absolute(DestinationFolder));
         CopyFolderTree(source.Get(), destination.Get(), OverWriteFiles != VARIANT_FALSE);
     });
 }

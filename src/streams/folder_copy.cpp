@@ -6,6 +6,11 @@
 #include "common/large_values.h"
 #include "common/variant.h"
 
+#include <algorithm>
+#include <cwctype>
+#include <string>
+#include <vector>
+
 namespace vofs {
 namespace {
 
@@ -47,6 +52,30 @@ public:
 private:
     _IFileStream* stream_;
 };
+
+// The path's segments, lower-cased, whatever separators (and how many) it was written with.
+std::vector<std::wstring> SegmentsOf(_IFolderItem* item) {
+    ComPtr<_IPath> path;
+    CheckCall(item->get_Path(path.GetAddressOf()));
+    Bstr text;
+    CheckCall(path->get_FullPath(text.Receive()));
+    std::vector<std::wstring> segments(1);
+    for (const wchar_t c : text.View()) {
+        if (c != L'\\' && c != L'/') {
+            segments.back() += static_cast<wchar_t>(towlower(c));
+        } else if (!segments.back().empty()) {
+            segments.emplace_back();
+        }
+    }
+    if (segments.back().empty()) segments.pop_back();
+    return segments;
+}
+
+// A folder copied into itself or below itself would meet its own copies for ever.
+void RefuseCopyIntoItself(_IFolderItem* source, _IFolderItem* destination) {
+    const std::vector<std::wstring> from = SegmentsOf(source), to = SegmentsOf(destination);
+    if (to.size() >= from.size() && std::equal(from.begin(), from.end(), to.begin())) Raise(RunTimeError::InvalidCall);
+}
 
 void CopyFile(_IFolderItem* source, _IFolderItem* destination, bool overwriteFiles) {
     ComPtr<_IFileStream> reader;
@@ -95,10 +124,7 @@ void CopyFile(_IFolderItem* source, _IFolderItem* destination, bool overwriteFil
     }
 }
 
-}  // namespace
-
-void CopyFolderTree(_IFolderItem* source, _IFolderItem* destination, bool overwriteFiles) {
-    if (!source || !destination) Raise(RunTimeError::InvalidCall);
+void CopyTree(_IFolderItem* source, _IFolderItem* destination, bool overwriteFiles) {
     VARIANT_BOOL exists = VARIANT_FALSE;
     CheckCall(destination->get_Exists(&exists));
     if (!Flag(exists)) CheckCall(destination->CreateFolder());
@@ -115,13 +141,21 @@ void CopyFolderTree(_IFolderItem* source, _IFolderItem* destination, bool overwr
         VARIANT_BOOL isFolder = VARIANT_FALSE;
         CheckCall(entry->get_IsFolder(&isFolder));
         if (Flag(isFolder)) {
-            CopyFolderTree(entry.Get(), target.Get(), overwriteFiles);
+            CopyTree(entry.Get(), target.Get(), overwriteFiles);
         } else {
             CopyFile(entry.Get(), target.Get(), overwriteFiles);
         }
         VARIANT_BOOL more = VARIANT_FALSE;
         CheckCall(entries->GetNextItem(&more));
     }
+}
+
+}  // namespace
+
+void CopyFolderTree(_IFolderItem* source, _IFolderItem* destination, bool overwriteFiles) {
+    if (!source || !destination) Raise(RunTimeError::InvalidCall);
+    RefuseCopyIntoItself(source, destination);
+    CopyTree(source, destination, overwriteFiles);
 }
 
 }  // namespace vofs

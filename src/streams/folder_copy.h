@@ -6,7 +6,9 @@
 // and a writer stream in chunks. An existing destination file is left byte for byte as it
 // is when `overwriteFiles` is false, and is made writable (attributes Normal) before it is
 // overwritten otherwise. The writer's last-write and last-access times are then set from
-// the source's precise times, as far as its open file supports that.
+// the source's precise times, as far as its open file supports that. A destination that
+// is the source or lies below it is refused with error 5 (give absolute paths: relative
+// ones are compared as written).
 
 #include "frame/contract.h"
 

@@ -105,4 +105,8 @@ Check "OverWriteFiles False keeps a file", lib.GetFolderItem(dir & "dst\sub\a.tx
 lib.GetFolderItem(dir & "dst\sub\a.txt").Attributes = 1
 lib.CopyFolder dir & "src", dir & "dst"
 Check "a read-only file is overwritten", lib.GetFolderItem(dir & "dst\sub\a.txt").Size, 7
+On Error Resume Next
+lib.CopyFolder dir & "src", dir & "SRC/sub/copy"
+CheckError "a copy into the folder itself", 5, "FileSystemLib", ""
+On Error GoTo 0
 Done
