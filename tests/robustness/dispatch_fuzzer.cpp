@@ -34,7 +34,7 @@ struct Var : VARIANT {
 
 std::wstring g_sandbox;
 std::atomic<ULONGLONG> g_callStart{0};
-char g_call[512];  // the call being made, for the crash and hang reports
+char g_call[1024];  // the call being made, for the crash and hang reports
 
 [[noreturn]] void Stop(int code, const char* what) {
     std::fprintf(stderr, "%s during call: %s\n", what, g_call);
@@ -238,6 +238,17 @@ private:
                 RandomValue(args[i], type);
             }
         }
+        // Files stay small: a length or seek target beyond 1 MB would make sparse files of
+        // gigabytes that the next folder copy then writes out in full.
+        if (count && (member == L"SetLength" || member == L"SeekPosition")) {
+            VARIANT& first = V_VT(&args[count - 1]) == (VT_BYREF | VT_VARIANT) ? referenced[count - 1] : args[count - 1];
+            VARIANT number;
+            VariantInit(&number);
+            if (SUCCEEDED(VariantChangeType(&number, &first, 0, VT_R8)) && std::fabs(V_R8(&number)) > (1 << 20)) {
+                VariantClear(&first);
+                V_VT(&first) = VT_I4, V_I4(&first) = static_cast<LONG>(random_() % (1 << 20));
+            }
+        }
         WORD flags = f.invkind == INVOKE_FUNC ? DISPATCH_METHOD : static_cast<WORD>(f.invkind);
         if (Pick(10) == 0) flags = static_cast<WORD>(1 + Pick(8));
         std::vector<DISPID> names;
@@ -251,6 +262,8 @@ private:
         for (UINT i = count; i-- > 0;) {
             const VARIANT& value = V_VT(&args[i]) == (VT_BYREF | VT_VARIANT) ? referenced[i] : args[i];
             std::snprintf(g_call + std::strlen(g_call), 24, " %svt%u", &value == &args[i] ? "" : "ref ", V_VT(&value));
+            if (V_VT(&value) == VT_BSTR && V_BSTR(&value))
+                std::snprintf(g_call + std::strlen(g_call), 48, " \"%.40ls\"", V_BSTR(&value));
         }
         Var result;
         EXCEPINFO exception{};
