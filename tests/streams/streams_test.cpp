@@ -1,0 +1,176 @@
+// Streams over real files under Wine, and through the platform-call seam where a file
+// cannot show the case: sizes past 2^31, a transfer that outlasts the wait, a time
+// written from a precise value.
+
+#include "common/byte_array.h"
+#include "common/low_memory.h"
+#include "common/platform_api.h"
+#include "items/folder_item.h"
+#include "streams/file_stream.h"
+#include "streams/open_file.h"
+#include "streams/text_stream.h"
+#include "support/test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace vofs::testing {
+namespace {
+
+// Fakes of the platform calls, with what they saw.
+DWORD sizeHigh = 0;
+FILETIME writtenTime{};
+OVERLAPPED* started = nullptr;
+LPOVERLAPPED_COMPLETION_ROUTINE routine = nullptr;
+
+DWORD WINAPI ThreeGigabytes(HANDLE, DWORD* high) {
+    *high = sizeHigh;
+    return 0xC0000000;
+}
+BOOL WINAPI RecordWriteTime(HANDLE, const FILETIME*, const FILETIME*, const FILETIME* written) {
+    writtenTime = *written;
+    return TRUE;
+}
+BOOL WINAPI StartNeverEnding(HANDLE, void*, DWORD, OVERLAPPED* overlapped, LPOVERLAPPED_COMPLETION_ROUTINE done) {
+    started = overlapped, routine = done;
+    SetLastError(ERROR_IO_PENDING);
+    return TRUE;
+}
+DWORD WINAPI SleepThrough(DWORD, BOOL) { return 0; }
+
+class Streams : public ::testing::Test {
+protected:
+    // A stream over `name`, opened with the item's OpenStream.
+    ComPtr<_FileStream> Open(const std::wstring& name, long mode = OpenExisting, long access = AccessReadWrite,
+                             long flags = 0) {
+        ComPtr<_FileStream> stream;
+        EXPECT_EQ(FolderItem::Open(scratch_ / name)->OpenStream(static_cast<FileMode>(mode), static_cast<FileAccess>(access),
+                                                                 ShareRead, static_cast<OpenFileFlags>(flags), &stream),
+                  S_OK);
+        return stream;
+    }
+    ComPtr<_TextStream> OpenText(const std::wstring& name, long mode) {
+        ComPtr<_TextStream> text;
+        const HRESULT result = FolderItem::Open(scratch_ / name)->OpenTextStream(static_cast<TextStreamIoMode>(mode), static_cast<FileShare>(3), &text);
+        return SUCCEEDED(result) ? text : nullptr;
+    }
+    static LONG Read(_FileStream* stream, Variant& buffer, LONG offset, LONG count, HRESULT expected = S_OK) {
+        LONG got = -7;
+        EXPECT_EQ(stream->ReadStream(buffer.Get(), offset, count, &got), expected);
+        return got;
+    }
+    static std::wstring Line(_TextStream* text) {
+        Bstr line;
+        EXPECT_EQ(text->ReadLine(line.Receive()), S_OK);
+        return std::wstring(line.View());
+    }
+
+    ScratchFolder scratch_;
+};
+
+TEST_F(Streams, ByteArraysAndAddressesFollowTheBufferContract) {
+    scratch_.WriteFile(L"ten.bin", "0123456789");
+    ComPtr<_FileStream> stream = Open(L"ten.bin");
+    Variant four = ZeroByteArray(4);
+    EXPECT_EQ(Read(stream.Get(), four, 0, -1), 4);
+    Read(stream.Get(), four, 2, 3, RunTime(5));
+    EXPECT_EQ(TakeError(RunTime(5)).source, L"FileStream");
+
+    SAFEARRAYBOUND bounds[2] = {{2, 0}, {2, 0}};  // two dimensions
+    Variant square;
+    V_VT(square.Get()) = VT_ARRAY | VT_UI1, V_ARRAY(square.Get()) = SafeArrayCreate(VT_UI1, 2, bounds);
+    Read(stream.Get(), square, 0, -1, RunTime(5));
+
+    // An address given as a Long: a read adds the offset, a write does not.
+    auto* memory = static_cast<char*>(AllocateLow(8));
+    std::memset(memory, '-', 8);
+    Variant address = LongValue(static_cast<LONG>(reinterpret_cast<intptr_t>(memory)));
+    EXPECT_EQ(Read(stream.Get(), address, 2, 3), 3);
+    EXPECT_EQ(std::string(memory, 8), "--456---");
+    LONG written = 0;
+    EXPECT_EQ(stream->WriteStream(address.Get(), 5, 2, &written), S_OK);
+    Variant start = LongValue(0);
+    stream->SeekPosition(*start.Get(), BeginOfFile);
+    Variant ten = ZeroByteArray(10);
+    EXPECT_EQ(Read(stream.Get(), ten, 0, -1), 10);
+    ArrayData data(V_ARRAY(ten.Get()));
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(data.Data()), 10), "0123456--9");
+    FreeLow(memory);
+}
+
+TEST_F(Streams, SizesAndTimesKeepTheirShapes) {
+    scratch_.WriteFile(L"f.bin", "x");
+    ComPtr<_FileStream> stream = Open(L"f.bin");
+    ComPtr<_OpenFile> file;
+    stream->get_OpenFile(&file);
+    ApiOverride<&PlatformApi::GetFileSize> size(&ThreeGigabytes);
+    for (DWORD h : {0u, 1u}) {
+        sizeHigh = h;
+        Variant value;
+        EXPECT_EQ(file->get_Size(value.Get()), S_OK);
+        EXPECT_EQ(value.Type(), h ? VT_DECIMAL : VT_I4) << "3 GB is a negative Long, above 4 GB a Decimal";
+        if (!h) EXPECT_EQ(V_I4(value.Get()), static_cast<LONG>(0xC0000000));
+    }
+    ComPtr<_TextStream> text = OpenText(L"f.bin", ForReading);
+    ASSERT_TRUE(text);
+    Bstr rest;
+    EXPECT_EQ(text->ReadToEnd(rest.Receive()), RunTime(5)) << "a remainder of 4 GB or more";
+
+    // A precise time passed back keeps only its low word (the Decimal's top word is 0).
+    ApiOverride<&PlatformApi::SetFileTime> setTime(&RecordWriteTime);
+    Variant precise;
+    file->get_PreciseLastWriteTime(precise.Get());
+    EXPECT_EQ(file->SetLastWriteTime(*precise.Get()), S_OK);
+    EXPECT_EQ(writtenTime.dwHighDateTime, 0u);
+    EXPECT_EQ(file->SetCreationTime(*StringValue(L"no date").Get()), RunTime(5));
+    EXPECT_EQ(TakeError(RunTime(5)).source, L"MFileSystemLib");
+}
+
+TEST_F(Streams, AnOverlappedTransferOutlivesItsStream) {
+    scratch_.WriteFile(L"a.bin", "abc");
+    ApiOverride<&PlatformApi::ReadFileEx> read(&StartNeverEnding);
+    ApiOverride<&PlatformApi::SleepEx> sleep(&SleepThrough);  // the 5 s pass
+    ComPtr<_FileStream> stream = Open(L"a.bin", OpenExisting, AccessRead, FILE_FLAG_OVERLAPPED);
+    Variant buffer = ZeroByteArray(100);
+    EXPECT_EQ(Read(stream.Get(), buffer, 50, 1), 0) << "the whole array, whatever Offset and Count say";
+    VARIANT_BOOL done = VARIANT_TRUE, pending = VARIANT_FALSE;
+    stream->AsyncWaitOnIo(0, QsAllInput, &done);
+    stream->get_AsyncIoPending(&pending);
+    EXPECT_EQ(done, VARIANT_FALSE);
+    EXPECT_EQ(pending, VARIANT_TRUE);
+    LONG requested = 0;
+    stream->get_AsyncBytesToTransfer(&requested);
+    EXPECT_EQ(requested, 100);
+    Read(stream.Get(), buffer, 0, -1, System(ERROR_IO_PENDING));
+    stream.Reset();  // released while pending: the record stays for the routine
+    ASSERT_TRUE(routine);
+    routine(ERROR_OPERATION_ABORTED, 0, started);
+}
+
+TEST_F(Streams, AnOverlappedReadAtTheEndReportsTheEnd) {
+    scratch_.WriteFile(L"e.bin", "");
+    ComPtr<_FileStream> stream = Open(L"e.bin", OpenExisting, AccessRead, FILE_FLAG_OVERLAPPED);
+    Variant buffer = ZeroByteArray(4);
+    Read(stream.Get(), buffer, 0, -1);
+    VARIANT_BOOL done = VARIANT_FALSE;
+    stream->AsyncWaitOnIo(0, QsAllInput, &done);
+    LONG error = 0, moved = -1;
+    stream->get_AsyncErrorNumber(&error);
+    stream->get_AsyncBytesTransfered(&moved);
+    EXPECT_EQ(error, ERROR_HANDLE_EOF);
+    EXPECT_EQ(moved, 0);
+}
+
+TEST_F(Streams, LinesAreFoundChunkByChunk) {
+    scratch_.WriteFile(L"l.txt", std::string(4095, 'a') + "\r\nb" + std::string(5000, 'c'));
+    ComPtr<_TextStream> text = OpenText(L"l.txt", ForReading);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(Line(text.Get()), std::wstring(4095, L'a'));
+    EXPECT_EQ(Line(text.Get()), L"") << "a CR at a chunk's last byte ends its line alone";
+    EXPECT_EQ(Line(text.Get()), L"b" + std::wstring(5000, L'c'));
+    EXPECT_FALSE(OpenText(L"l.txt", ForReading | ForWriting)) << "reading and writing at once";
+}
+
+}  // namespace
+}  // namespace vofs::testing
