@@ -8,6 +8,8 @@
 #include <windows.h>
 #include <oleauto.h>
 
+#include "bench_support.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <string>
@@ -15,33 +17,6 @@
 
 namespace {
 
-double Now() {
-    static LARGE_INTEGER frequency = [] {
-        LARGE_INTEGER f;
-        QueryPerformanceFrequency(&f);
-        return f;
-    }();
-    LARGE_INTEGER count;
-    QueryPerformanceCounter(&count);
-    return static_cast<double>(count.QuadPart) / static_cast<double>(frequency.QuadPart);
-}
-
-// The best of `rounds` timings of body().
-template <class Body>
-double Best(int rounds, Body body) {
-    double best = 1e30;
-    for (int round = 0; round < rounds; ++round) {
-        const double start = Now();
-        body();
-        best = std::min(best, Now() - start);
-    }
-    return best;
-}
-
-[[noreturn]] void Fail(const char* what, HRESULT result) {
-    std::printf("FAILED: %s (0x%08lX)\n", what, static_cast<unsigned long>(result));
-    std::exit(1);
-}
 
 // An object called by name, with its ids looked up once (as a compiled client does).
 class LateBound {

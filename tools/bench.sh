@@ -2,7 +2,9 @@
 # Speed figures, kept apart from the test command: builds both DLLs, then for every
 # architecture that runs here registers the DLL in its Wine prefix and measures late
 # binding in one run against the raw platform calls and against the peer
-# (Scripting.FileSystemObject), from C++ and from VBScript. Prints each figure and ratio.
+# (Scripting.FileSystemObject), from C++ and from VBScript, and the streams (byte
+# transfers, lines, folder copy) against the raw platform calls. Prints each figure and
+# ratio.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -34,6 +36,8 @@ for arch in x86 x64; do
     wine "$build/bin/vofslib_bench.exe" "$folder"
     wine cscript //nologo bench/scripts/walk.vbs "$folder"
     wine cscript //nologo bench/scripts/path_calls.vbs "$folder\\file00001.txt"
+    mkdir -p "$build/bench-scratch"
+    wine "$build/bin/vofslib_streams_bench.exe" "$(winepath -w "$build/bench-scratch")"
   } 2>/dev/null | tr -d '\r' > "$results"
   get() { awk -v k="$1" '$1 == k { print $2 }' "$results"; }
   if grep -q FAILED "$results"; then cat "$results"; exit 1; fi
@@ -49,6 +53,11 @@ for arch in x86 x64; do
   echo "  GetPathObject and five reads vs the peer's five text calls (rate, library / peer):"
   echo "    from C++:      $(ratio "$(get path5.fso)" "$(get path5.vofslib)")x"
   echo "    from VBScript: $(ratio "$(get vbs.path5.fso)" "$(get vbs.path5.vofslib)")x"
+  echo "  streams from C++ through the interfaces, library / raw platform calls (time):"
+  echo "    256 MiB written in 64 KiB byte arrays:    $(ratio "$(get stream.write.vofslib)" "$(get stream.write.raw)")x"
+  echo "    256 MiB read in 64 KiB byte arrays:       $(ratio "$(get stream.read.vofslib)" "$(get stream.read.raw)")x"
+  echo "    ReadLine over 20 MB of 80-byte lines:     $(ratio "$(get readline.vofslib)" "$(get readline.raw)")x"
+  echo "    CopyFolder of 1,000 files, 100 MiB:       $(ratio "$(get copyfolder.vofslib)" "$(get copyfolder.raw)")x"
   tests/support/wine_session.sh stop
   trap - EXIT
 done

@@ -9,6 +9,7 @@
 #include "streams/stream_rules.h"
 
 #include <algorithm>
+#include <optional>
 #include <span>
 
 namespace vofs {
@@ -39,11 +40,13 @@ ComPtr<TextStream> TextStream::On(ComPtr<_IOpenFile> file, ComPtr<_IFileStream> 
     ComPtr<TextStream> text = Make();
     text->file_ = std::move(file);
     text->stream_ = std::move(stream);
+    text->work_ = ZeroByteArray(kChunkSize);
     return text;
 }
 
 // A fresh array of `count` bytes read through the byte stream, cut to what came back.
 std::string TextStream::ReadBytes(LONG count) {
+    position_.reset();
     if (count <= 0) return {};
     Variant buffer = ZeroByteArray(static_cast<size_t>(count));
     LONG got = 0;
@@ -67,6 +70,7 @@ int64_t TextStream::Length() {
 }
 
 void TextStream::Seek(int64_t offset, FilePointerOptions origin) {
+    position_.reset();
     Variant target = SizeValue(static_cast<uint64_t>(offset));
     if (offset < 0) target = Variant::FromLong(static_cast<LONG>(offset));
     CheckCall(stream_->SeekPosition(*target.Get(), origin));
@@ -79,29 +83,57 @@ DWORD TextStream::Access() {
 }
 
 void TextStream::WriteText(std::wstring_view text) {
+    position_.reset();
     Variant buffer = Variant::FromString(text);
     LONG written = 0;
     CheckCall(stream_->WriteStream(buffer.Get(), -1, -1, &written));
 }
 
+// One chunk into the work array, made once: no allocation per chunk. The view holds
+// while `lock` does.
+std::span<const uint8_t> TextStream::ReadChunk(std::optional<ArrayData>& lock) {
+    lock.reset();
+    LONG got = 0;
+    CheckCall(stream_->ReadStream(work_.Get(), 0, kChunkSize, &got));
+    if (got <= 0 || V_VT(work_.Get()) != (VT_ARRAY | VT_UI1)) return {};
+    lock.emplace(V_ARRAY(work_.Get()));
+    if (!lock->Valid()) return {};
+    return {lock->Data(), std::min<size_t>(static_cast<size_t>(got), lock->Count())};
+}
+
 std::wstring TextStream::ReadLineNow() {
     std::string line;
-    int64_t start = 0;
+    int64_t start = position_ ? *position_ : Position();
+    position_.reset();
     bool fromFileStart = false;
     stream_rules::LineEnd end{0, 0};
-    for (;;) {
-        start = Position();
-        const std::string chunk = ReadBytes(kChunkSize);
+    std::optional<ArrayData> lock;
+    for (size_t got = 0;; start += static_cast<int64_t>(got)) {
+        const std::span<const uint8_t> chunk = ReadChunk(lock);
+        got = chunk.size();
         if (chunk.empty()) break;
-        if (stream_rules::StartsWithUnicodeMark(BytesOf(chunk), static_cast<uint64_t>(start))) unicode_ = true;
-        end = stream_rules::ScanLine(BytesOf(chunk), unicode_ ? 1 : 0);
-        if (end.before == 0) break;
-        if (line.empty()) fromFileStart = start == 0;
-        line.append(chunk, 0, end.before);
-        if (end.terminator != 0) break;
+        if (stream_rules::StartsWithUnicodeMark(chunk, static_cast<uint64_t>(start))) unicode_ = true;
+        end = stream_rules::ScanLine(chunk, unicode_ ? 1 : 0);
+        if (end.before != 0) {
+            if (line.empty()) fromFileStart = start == 0;
+            line.append(reinterpret_cast<const char*>(chunk.data()), end.before);
+        }
+        if (end.terminator != 0) {
+            // Back to just after the terminator. A terminator inside what was read lies
+            // before the end of the file; one that reaches past it needs the length.
+            const int64_t next = start + static_cast<int64_t>(end.before + end.terminator);
+            const int64_t readTo = start + static_cast<int64_t>(got);
+            if (next < readTo || (next > readTo && next < Length())) {
+                Seek(next, BeginOfFile);
+                position_ = next;
+            } else {
+                position_ = readTo;
+            }
+            break;
+        }
     }
-    const int64_t next = start + static_cast<int64_t>(end.before + end.terminator);
-    if (next < Length()) Seek(next, BeginOfFile);
+    if (!position_) position_ = start;  // at the end of the file
+    lock.reset();
     if (line.empty()) return {};
     if (!unicode_) return FromUserAnsi(line);
     const bool marked = fromFileStart && line.size() >= 2 && line.compare(0, 2, "\xFF\xFE") == 0;
@@ -194,6 +226,7 @@ HRESULT TextStream::WriteLine(BSTR Value) {
 
 HRESULT TextStream::WriteStream(VARIANT* Buffer, LONG Offset, LONG Count, LONG* value) {
     return Get(value, [&] {
+        position_.reset();
         LONG written = 0;
         CheckCall(stream_->WriteStream(Buffer, Offset, Count, &written));
         return written;
@@ -227,7 +260,10 @@ HRESULT TextStream::Flush() {
 }
 
 HRESULT TextStream::CloseStream() {
-    return Run([&] { CheckCall(file_->CloseFile()); });
+    return Run([&] {
+        position_.reset();
+        CheckCall(file_->CloseFile());
+    });
 }
 
 }  // namespace vofs

@@ -4,11 +4,15 @@
 // stream's position and leaves it just after what it consumed. Text is read as ANSI in
 // the user's code page, or as UTF-16 once ReadLine has met the mark FF FE at the start of
 // the file; it is always written as ANSI. Lines are found chunk by chunk (4096 bytes), so
-// a CR that ends a chunk ends a line on its own (stream_rules.h).
+// a CR that ends a chunk ends a line on its own (stream_rules.h). The byte stream is this
+// object's own: it is not handed out, so only this object moves its position.
 
+#include "common/byte_array.h"
 #include "frame/com_object.h"
 #include "frame/contract.h"
 
+#include <optional>
+#include <span>
 #include <string>
 
 namespace vofs {
@@ -44,6 +48,7 @@ private:
     TextStream() = default;
 
     std::string ReadBytes(LONG count);
+    std::span<const uint8_t> ReadChunk(std::optional<ArrayData>& lock);
     std::wstring ReadLineNow();
     void WriteText(std::wstring_view text);
     int64_t Position();
@@ -53,6 +58,10 @@ private:
 
     ComPtr<_IOpenFile> file_;
     ComPtr<_IFileStream> stream_;
+    Variant work_;  // the chunk array, made once
+    // Where ReadLine left the byte stream, so that the next ReadLine needs no position
+    // query (a platform call); forgotten by every other member that moves or reads.
+    std::optional<int64_t> position_;
     std::wstring newLine_ = L"\r\n";
     bool unicode_ = false;
 };
