@@ -25,6 +25,11 @@ Check "...and leaves the String as it was", text, "xyz"
 s.SetLength 0
 Check "SetLength(0) empties the file", s.Length, 0
 Check "...and leaves the position at 0", s.Position, 0
+s.SetLength 2147483653
+Check "a length past 2^31 is a negative Long", s.Length, -2147483643
+s.SetLength 5368709120
+Check "a length past 4 GB is a Decimal", VarType(s.Length) & " " & s.Length, "14 5368709120"
+s.SetLength 0
 Set f = s.OpenFile
 s.CloseStream
 f.CloseFile

@@ -5,6 +5,8 @@
 #include "common/byte_array.h"
 #include "common/low_memory.h"
 #include "common/platform_api.h"
+#include "common/thread_state.h"
+#include "facade/file_system_lib.h"
 #include "items/folder_item.h"
 #include "streams/file_stream.h"
 #include "streams/open_file.h"
@@ -38,6 +40,25 @@ BOOL WINAPI StartNeverEnding(HANDLE, void*, DWORD, OVERLAPPED* overlapped, LPOVE
     return TRUE;
 }
 DWORD WINAPI SleepThrough(DWORD, BOOL) { return 0; }
+HANDLE WINAPI NoWideOpen(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE) {
+    ADD_FAILURE() << "a wide call on a platform without them";
+    SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
+    return INVALID_HANDLE_VALUE;
+}
+BOOL WINAPI DiskFull(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
+    *written = 0;
+    SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
+
+std::string Contents(const std::wstring& path) {
+    std::string bytes(1 << 20, '\0');
+    DWORD got = 0;
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+    ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &got, nullptr);
+    CloseHandle(file);
+    return bytes.substr(0, got);
+}
 
 class Streams : public ::testing::Test {
 protected:
@@ -170,6 +191,54 @@ TEST_F(Streams, LinesAreFoundChunkByChunk) {
     EXPECT_EQ(Line(text.Get()), L"") << "a CR at a chunk's last byte ends its line alone";
     EXPECT_EQ(Line(text.Get()), L"b" + std::wstring(5000, L'c'));
     EXPECT_FALSE(OpenText(L"l.txt", ForReading | ForWriting)) << "reading and writing at once";
+}
+
+TEST_F(Streams, AFolderCopyMatchesItsSourceByteForByte) {
+    for (const wchar_t* folder : {L"src", L"src\\empty", L"src\\deep", L"src\\deep\\er"}) scratch_.MakeFolder(folder);
+    std::string data(70000, '\0');
+    for (size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i * 7919 >> 3);
+    const std::pair<const wchar_t*, std::string> files[] = {
+        {L"zero.bin", ""}, {L"deep\\er\\data.bin", data}, {L"ro.txt", "read only"}};
+    for (const auto& [name, content] : files) scratch_.WriteFile(std::wstring(L"src\\") + name, content);
+    SetFileAttributesW((scratch_ / L"src\\ro.txt").c_str(), FILE_ATTRIBUTE_READONLY);
+
+    const ComPtr<FileSystemLib> library = FileSystemLib::Make();
+    const auto copy = [&](bool overwrite) {
+        Bstr from(scratch_ / L"src"), to(scratch_ / L"dst");
+        return library->CopyFolder(from.Get(), to.Get(), overwrite ? VARIANT_TRUE : VARIANT_FALSE);
+    };
+    ASSERT_EQ(copy(true), S_OK);
+    for (const auto& [name, content] : files) EXPECT_EQ(Contents(scratch_ / (std::wstring(L"dst\\") + name)), content) << name;
+    EXPECT_TRUE(GetFileAttributesW((scratch_ / L"dst\\empty").c_str()) & FILE_ATTRIBUTE_DIRECTORY);
+
+    // An existing read-only file is kept by OverWriteFiles False and overwritten by True.
+    SetFileAttributesW((scratch_ / L"dst\\ro.txt").c_str(), FILE_ATTRIBUTE_READONLY);
+    SetFileAttributesW((scratch_ / L"src\\ro.txt").c_str(), FILE_ATTRIBUTE_NORMAL);
+    scratch_.WriteFile(L"src\\ro.txt", "new");
+    ASSERT_EQ(copy(false), S_OK);
+    EXPECT_EQ(Contents(scratch_ / L"dst\\ro.txt"), "read only");
+    ASSERT_EQ(copy(true), S_OK);
+    EXPECT_EQ(Contents(scratch_ / L"dst\\ro.txt"), "new");
+
+    // A copy that fails midway raises the writer's error and leaves the source as it was.
+    ApiOverride<&PlatformApi::WriteFile> full(&DiskFull);
+    const ErrorRecord error = TakeError(copy(true));
+    EXPECT_EQ(error.number, System(ERROR_DISK_FULL));
+    EXPECT_EQ(error.source, L"FileStream");
+    EXPECT_EQ(Contents(scratch_ / L"src\\deep\\er\\data.bin"), data);
+}
+
+TEST(Win98Streams, TextOpensThroughTheAnsiCalls) {
+    if (IsPlatformNT()) GTEST_SKIP() << "runs under the win98 program version only (cpp_tests_win98)";
+    ScratchFolder scratch;
+    const std::wstring path = scratch.WriteFile(L"caf\u00e9.txt", "line\r\n");
+    ApiOverride<&PlatformApi::CreateFileW> none(&NoWideOpen);
+    Bstr name(path);
+    ComPtr<_ITextStream> text;
+    ASSERT_EQ(FileSystemLib::Make()->OpenTextStream(name.Get(), ForReading, ShareRead, &text), S_OK);
+    Bstr line;
+    EXPECT_EQ(text->ReadLine(line.Receive()), S_OK);
+    EXPECT_EQ(line.View(), L"line");
 }
 
 }  // namespace
