@@ -33,6 +33,21 @@ double Best(int rounds, Body body) {
     return best;
 }
 
+// The best timings of two bodies doing the same work, their rounds taken in turn so that
+// both meet the same disturbances (page cache, other load).
+struct PairTimes {
+    double raw, library;
+};
+template <class Raw, class Library>
+PairTimes BestOfTurns(int rounds, Raw raw, Library library) {
+    PairTimes best{1e30, 1e30};
+    for (int round = 0; round < rounds; ++round) {
+        best.raw = std::min(best.raw, Best(1, raw));
+        best.library = std::min(best.library, Best(1, library));
+    }
+    return best;
+}
+
 // Prints the line tools/bench.sh looks for and stops.
 [[noreturn]] void Fail(const char* what, HRESULT result) {
     std::printf("FAILED: %s (0x%08lX)\n", what, static_cast<unsigned long>(result));
