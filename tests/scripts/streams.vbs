@@ -93,6 +93,14 @@ s.SeekPosition 0
 Check "...holds the bytes read", s.ReadStream(text, 0, 5), 5
 s.CloseStream
 
+Set s = lib.OpenStream(dir & "async.bin", 2, &HC0000000, 0, &H40000000)
+Check "an overlapped write returns at once", s.WriteStream("hello"), 0
+Check "...completes in the wait", s.AsyncWaitOnIo & " " & s.AsyncBytesTransfered, "True 5"
+s.AsyncCancelIo
+s.AsyncErrorRaise
+s.CloseStream
+Check "...and the file holds it", lib.GetFolderItem(dir & "async.bin").Size, 5
+
 ' CopyFolder: a tree, existing files kept or overwritten (read-only ones too).
 lib.GetFolderItem(dir & "src\sub").CreateFolder
 Set t = lib.OpenTextStream(dir & "src\sub\a.txt", 2, 0)

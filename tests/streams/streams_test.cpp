@@ -164,6 +164,9 @@ TEST_F(Streams, AnOverlappedTransferOutlivesItsStream) {
     stream->get_AsyncBytesToTransfer(&requested);
     EXPECT_EQ(requested, 100);
     Read(stream.Get(), buffer, 0, -1, System(ERROR_IO_PENDING));
+    EXPECT_EQ(stream->AsyncCancelIo(), S_OK);
+    stream->get_AsyncIoPending(&pending);
+    EXPECT_EQ(pending, VARIANT_TRUE) << "until the routine has run";
     stream.Reset();  // released while pending: the record stays for the routine
     ASSERT_TRUE(routine);
     routine(ERROR_OPERATION_ABORTED, 0, started);
