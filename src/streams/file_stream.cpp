@@ -20,7 +20,8 @@ constexpr wchar_t kModuleSource[] = L"MFileSystemLib";
 void CheckStreamCall(bool succeeded) { CheckPlatformCall(succeeded, FileStream::kClassName); }
 
 // The caller's Buffer argument, read by its Variant type (a typed variable's reference
-// followed): an address, a String or a one-dimensional Byte array.
+// followed): an address (a Long, or a LongLong from 64-bit VBA), a String or a
+// one-dimensional Byte array.
 class CallerBuffer {
 public:
     explicit CallerBuffer(VARIANT* argument) : value_(Deref(*argument)), array_(ArrayOf(value_)) {
@@ -31,6 +32,11 @@ public:
                 // as the library's own addresses are handed out (long_handles.h).
                 address_ = reinterpret_cast<uint8_t*>(static_cast<intptr_t>(
                     V_VT(&value_) & VT_BYREF ? *V_I4REF(&value_) : V_I4(&value_)));
+                break;
+            case VT_I8:  // a LongPtr of 64-bit VBA
+                kind_ = BufferKind::Address;
+                address_ = reinterpret_cast<uint8_t*>(static_cast<intptr_t>(
+                    V_VT(&value_) & VT_BYREF ? *V_I8REF(&value_) : V_I8(&value_)));
                 break;
             case VT_BSTR:
                 kind_ = BufferKind::Text;

@@ -110,7 +110,9 @@ TEST_F(Streams, ByteArraysAndAddressesFollowTheBufferContract) {
     EXPECT_EQ(Read(stream.Get(), address, 2, 3), 3);
     EXPECT_EQ(std::string(memory, 8), "--456---");
     LONG written = 0;
-    EXPECT_EQ(stream->WriteStream(address.Get(), 5, 2, &written), S_OK);
+    Variant wide;  // a LongLong (64-bit VBA's LongPtr) is an address too
+    V_VT(wide.Get()) = VT_I8, V_I8(wide.Get()) = reinterpret_cast<intptr_t>(memory);
+    EXPECT_EQ(stream->WriteStream(wide.Get(), 5, 2, &written), S_OK);
     Variant start = LongValue(0);
     stream->SeekPosition(*start.Get(), BeginOfFile);
     Variant ten = ZeroByteArray(10);
