@@ -29,5 +29,5 @@ lib.CopyFolder root & "\notes", root & "\copy"
 Set copy = lib.GetFolderItem(root & "\copy\todo.txt")
 WScript.Echo "Copied: " & copy.Path.FullPath & ", " & copy.Size & " bytes"
 
-lib.GetFolderItem(root).CascadeDelete
+lib.GetFolderItem(root).CascadeDelete "", True
 WScript.Echo "Removed " & root
