@@ -104,6 +104,13 @@ void FileStream::Seek(int64_t offset, DWORD origin) {
     if (low == INVALID_SET_FILE_POINTER) RaiseSystemError(static_cast<long>(GetLastError()), kClassName);
 }
 
+void FileStream::LockRange(bool locking, const VARIANT& position, const VARIANT& length) {
+    const auto start = static_cast<uint64_t>(LargeValueFrom(position));
+    const auto count = static_cast<uint64_t>(LargeValueFrom(length));
+    const auto call = locking ? api.LockFile : api.UnlockFile;
+    CheckStreamCall(call(File().RequireHandle(), LowWord(start), HighWord(start), LowWord(count), HighWord(count)) != FALSE);
+}
+
 void FileStream::Close() {
     if (!file_) return;
     if (async_->Pending()) async_->Cancel(file_->NativeHandle());
@@ -249,21 +256,11 @@ HRESULT FileStream::SetLength(VARIANT NewValue) {
 }
 
 HRESULT FileStream::LockStream(VARIANT Position, VARIANT Length) {
-    return Run([&] {
-        const auto position = static_cast<uint64_t>(LargeValueFrom(Position));
-        const auto length = static_cast<uint64_t>(LargeValueFrom(Length));
-        CheckStreamCall(api.LockFile(File().RequireHandle(), LowWord(position), HighWord(position), LowWord(length),
-                                     HighWord(length)) != FALSE);
-    });
+    return Run([&] { LockRange(true, Position, Length); });
 }
 
 HRESULT FileStream::UnlockStream(VARIANT Position, VARIANT Length) {
-    return Run([&] {
-        const auto position = static_cast<uint64_t>(LargeValueFrom(Position));
-        const auto length = static_cast<uint64_t>(LargeValueFrom(Length));
-        CheckStreamCall(api.UnlockFile(File().RequireHandle(), LowWord(position), HighWord(position), LowWord(length),
-                                       HighWord(length)) != FALSE);
-    });
+    return Run([&] { LockRange(false, Position, Length); });
 }
 
 HRESULT FileStream::ReadStream(VARIANT* Buffer, LONG Offset, LONG Count, LONG* value) {

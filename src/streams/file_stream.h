@@ -61,6 +61,7 @@ private:
     OpenFile& File() const;
     void Seek(int64_t offset, DWORD origin);
     void Close();
+    void LockRange(bool locking, const VARIANT& position, const VARIANT& length);
     LONG Transfer(bool reading, VARIANT* buffer, LONG offset, LONG count);
     LONG StartAsync(bool reading, VARIANT* buffer, LONG count);
 

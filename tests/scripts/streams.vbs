@@ -17,6 +17,12 @@ s.WriteStream "abc", 1
 CheckError "a String write with an offset and the whole text", 5, "FileStream", ""
 s.SeekPosition 0, 3
 CheckError "a seek origin past 2", 380, "FileStream", ""
+s.LockStream 0, 2
+s.UnlockStream 0, 2
+CheckNoError "a range locked and unlocked"
+s.UnlockStream 0, 2
+Check "a range unlocked twice fails", (Err.Number <> 0) & " " & Err.Source, "True FileStream"  ' Wine: 33, Windows: 158
+Err.Clear
 On Error GoTo 0
 s.SeekPosition 0
 text = "xyz"
