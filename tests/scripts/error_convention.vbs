@@ -22,8 +22,8 @@ CheckError "FileExists of a malformed name", &H8007007B, "MFileSystemLib", ""
 Check "platform text ends in one full stop", Right(d, 1) = "." And Right(d, 2) <> "..", True
 Check "platform text has no line break at its end", InStr(d, vbCrLf), 0
 
-Set x = lib.OpenStream("C:\x.txt")
-CheckError "a member of a later class", &H80004001, "FileSystemLib", "OpenStream is not available in this version of the library."
+Set x = lib.OpenBackupStreamReader("C:\x.txt")
+CheckError "a member of a later class", &H80004001, "FileSystemLib", "OpenBackupStreamReader is not available in this version of the library."
 
 Dim again: again = lib.NormalizePath("C:\x")
 CheckNoError "the object keeps working after errors"
