@@ -2,6 +2,9 @@
 
 #include "common/platform_headers.h"
 
+#include <algorithm>
+#include <new>
+
 namespace vofs {
 namespace {
 
@@ -23,10 +26,15 @@ std::wstring Widen(UINT codePage, std::string_view text) {
     return result;
 }
 
+// Read once: streams convert every line, and the user's code page does not change while
+// a process runs.
 UINT UserCodePage() {
-    UINT codePage = CP_ACP;
-    GetLocaleInfoW(GetUserDefaultLCID(), LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
-                   reinterpret_cast<LPWSTR>(&codePage), sizeof(codePage) / sizeof(WCHAR));
+    static const UINT codePage = [] {
+        UINT page = CP_ACP;
+        GetLocaleInfoW(GetUserDefaultLCID(), LOCALE_IDEFAULTANSICODEPAGE | LOCALE_RETURN_NUMBER,
+                       reinterpret_cast<LPWSTR>(&page), sizeof(page) / sizeof(WCHAR));
+        return page;
+    }();
     return codePage;
 }
 
@@ -36,5 +44,24 @@ std::string ToAnsi(std::wstring_view text) { return Narrow(CP_ACP, text); }
 std::wstring FromAnsi(std::string_view text) { return Widen(CP_ACP, text); }
 std::string ToUserAnsi(std::wstring_view text) { return Narrow(UserCodePage(), text); }
 std::wstring FromUserAnsi(std::string_view text) { return Widen(UserCodePage(), text); }
+
+Bstr UserAnsiToBstr(std::string_view text) {
+    if (text.empty()) return Bstr(std::wstring_view());
+    // No code page makes more characters than bytes: one conversion into a string that
+    // long, cut when a double-byte code page made fewer.
+    const int length = static_cast<int>(text.size());
+    Bstr result;
+    result.Reset(SysAllocStringLen(nullptr, static_cast<UINT>(length)));
+    if (!result.Get()) throw std::bad_alloc();
+    // Every ANSI code page of the platform keeps ASCII as it is: plain text needs no
+    // conversion call.
+    if (std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; })) {
+        std::copy(text.begin(), text.end(), result.Get());
+        return result;
+    }
+    const int made = MultiByteToWideChar(UserCodePage(), 0, text.data(), length, result.Get(), length);
+    if (made == length) return result;
+    return Bstr(std::wstring_view(result.Get(), static_cast<size_t>(made > 0 ? made : 0)));
+}
 
 }  // namespace vofs

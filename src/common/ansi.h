@@ -1,6 +1,8 @@
 #pragma once
 // Conversions between UTF-16 and the 8-bit code pages the ANSI platform calls use.
 
+#include "common/bstr.h"
+
 #include <string>
 #include <string_view>
 
@@ -13,5 +15,7 @@ std::wstring FromAnsi(std::string_view text);
 // The code page of the user's default locale, used for byte buffers of streams.
 std::string ToUserAnsi(std::wstring_view text);
 std::wstring FromUserAnsi(std::string_view text);
+// The same conversion straight into a BSTR, for results: one allocation.
+Bstr UserAnsiToBstr(std::string_view text);
 
 }  // namespace vofs

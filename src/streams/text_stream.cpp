@@ -23,11 +23,11 @@ std::span<const uint8_t> BytesOf(const std::string& text) {
 }
 
 // UTF-16 little-endian bytes as text; an odd last byte is no character.
-std::wstring FromUtf16(std::string_view bytes) {
+Bstr FromUtf16(std::string_view bytes) {
     std::wstring text(bytes.size() / 2, L'\0');
     for (size_t i = 0; i < text.size(); ++i)
         text[i] = static_cast<wchar_t>(static_cast<uint8_t>(bytes[2 * i]) | static_cast<uint8_t>(bytes[2 * i + 1]) << 8);
-    return text;
+    return Bstr(text);
 }
 
 }  // namespace
@@ -101,22 +101,30 @@ std::span<const uint8_t> TextStream::ReadChunk(std::optional<ArrayData>& lock) {
     return {lock->Data(), std::min<size_t>(static_cast<size_t>(got), lock->Count())};
 }
 
-std::wstring TextStream::ReadLineNow() {
-    std::string line;
+Bstr TextStream::ReadLineNow() {
+    // A line inside one chunk is converted from the chunk itself; only a line over several
+    // chunks is gathered first.
+    std::string gathered;
+    std::string_view line;
     int64_t start = position_ ? *position_ : Position();
     position_.reset();
     bool fromFileStart = false;
-    stream_rules::LineEnd end{0, 0};
     std::optional<ArrayData> lock;
     for (size_t got = 0;; start += static_cast<int64_t>(got)) {
         const std::span<const uint8_t> chunk = ReadChunk(lock);
         got = chunk.size();
         if (chunk.empty()) break;
         if (stream_rules::StartsWithUnicodeMark(chunk, static_cast<uint64_t>(start))) unicode_ = true;
-        end = stream_rules::ScanLine(chunk, unicode_ ? 1 : 0);
+        const stream_rules::LineEnd end = stream_rules::ScanLine(chunk, unicode_ ? 1 : 0);
         if (end.before != 0) {
             if (line.empty()) fromFileStart = start == 0;
-            line.append(reinterpret_cast<const char*>(chunk.data()), end.before);
+            const std::string_view piece(reinterpret_cast<const char*>(chunk.data()), end.before);
+            if (line.empty() && end.terminator != 0) {
+                line = piece;
+            } else {
+                gathered.append(piece);
+                line = gathered;
+            }
         }
         if (end.terminator != 0) {
             // Back to just after the terminator. A terminator inside what was read lies
@@ -133,11 +141,10 @@ std::wstring TextStream::ReadLineNow() {
         }
     }
     if (!position_) position_ = start;  // at the end of the file
-    lock.reset();
-    if (line.empty()) return {};
-    if (!unicode_) return FromUserAnsi(line);
+    if (line.empty()) return Bstr(std::wstring_view());
+    if (!unicode_) return UserAnsiToBstr(line);
     const bool marked = fromFileStart && line.size() >= 2 && line.compare(0, 2, "\xFF\xFE") == 0;
-    return FromUtf16(std::string_view(line).substr(marked ? 2 : 0));
+    return FromUtf16(line.substr(marked ? 2 : 0));
 }
 
 HRESULT TextStream::get_OpenFile(_IOpenFile** value) {

@@ -49,7 +49,7 @@ private:
 
     std::string ReadBytes(LONG count);
     std::span<const uint8_t> ReadChunk(std::optional<ArrayData>& lock);
-    std::wstring ReadLineNow();
+    Bstr ReadLineNow();
     void WriteText(std::wstring_view text);
     int64_t Position();
     int64_t Length();
