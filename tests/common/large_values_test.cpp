@@ -1,61 +1,41 @@
-// 64-bit values at the boundary: the Long-or-Decimal shape of sizes and positions, the
-// precise Decimal shape, and reading positions back from what clients pass.
+// 64-bit values at the boundary: the Long-or-Decimal shape of sizes, the precise Decimal
+// shape, positions read from what clients pass, and handles and addresses that must come
+// back exactly from a Long (or raise error 6).
 
 #include "common/decimal.h"
 #include "common/large_values.h"
+#include "common/long_handles.h"
+#include "common/low_memory.h"
 #include "support/test_support.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
+#include <cstring>
+#include <vector>
 
 namespace vofs::testing {
 namespace {
 
-// A Decimal of scale 0 and positive sign holding exactly `value` in its low 64 bits.
+// A Decimal of scale 0 and positive sign holding exactly `value`.
 void ExpectPreciseDecimal(const Variant& result, uint64_t value) {
     ASSERT_EQ(result.Type(), VT_DECIMAL);
     const DECIMAL& number = V_DECIMAL(result.Get());
-    EXPECT_EQ(number.scale, 0);
-    EXPECT_EQ(number.sign, 0);
-    EXPECT_EQ(number.Hi32, 0u);
+    EXPECT_EQ(number.scale + number.sign + number.Hi32, 0u);
     EXPECT_EQ(JoinWords(number.Mid32, number.Lo32), value);
 }
 
-TEST(LargeValues, SizesAreLongsUntilTheHighWordIsUsed) {
-    struct Case {
-        uint64_t value;
-        bool asLong;
-        LONG longValue;  // when asLong
-    };
-    const Case cases[] = {
-        {0, true, 0},
-        {5, true, 5},
-        {0x7FFFFFFF, true, 0x7FFFFFFF},
-        {0x80000000, true, static_cast<LONG>(0x80000000)},  // 2^31 comes back negative
-        {0xC0000000, true, -0x40000000},                    // 3 GB
-        {0xFFFFFFFF, true, -1},
-        {0x100000000, false, 0},                             // 2^32: the first Decimal
-        {5ULL << 30, false, 0},                              // 5 GB
-        {UINT64_MAX, false, 0},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.value);
-        const Variant result = SizeValue(c.value);
-        if (c.asLong) {
-            ASSERT_EQ(result.Type(), VT_I4);
-            EXPECT_EQ(V_I4(result.Get()), c.longValue);
-        } else {
-            ExpectPreciseDecimal(result, c.value);
-        }
-    }
-}
-
-TEST(LargeValues, PreciseValuesAreUnsignedDecimals) {
-    const uint64_t values[] = {0, 1, 0xFFFFFFFF, 0x100000000, 4294967301, 0x8000000000000000, UINT64_MAX};
+TEST(LargeValues, SizesAreLongsUntilTheHighWordIsUsedAndPreciseValuesAreDecimals) {
+    const uint64_t values[] = {0, 5, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x100000000, 5ULL << 32 | 7,
+                               0x8000000000000000, UINT64_MAX};
     for (uint64_t value : values) {
         SCOPED_TRACE(value);
         ExpectPreciseDecimal(PreciseValue(value), value);
+        const Variant size = SizeValue(value);
+        if (value >> 32) {
+            ExpectPreciseDecimal(size, value);
+        } else {
+            ASSERT_EQ(size.Type(), VT_I4);  // from 2^31 on, negative
+            EXPECT_EQ(V_I4(size.Get()), static_cast<LONG>(static_cast<uint32_t>(value)));
+        }
     }
 }
 
@@ -64,11 +44,7 @@ TEST(LargeValues, PositionsComeFromLongsDecimalsAndOtherNumbers) {
     VarDecFromR8(2.5, &fraction);
     DECIMAL negative = DecimalFromUnsigned(1ULL << 40);
     negative.sign = DECIMAL_NEG;
-    Variant byReference;
     Variant target = Variant::FromDecimal(DecimalFromUnsigned(1ULL << 33));
-    V_VT(byReference.Get()) = VT_BYREF | VT_VARIANT;
-    V_VARIANTREF(byReference.Get()) = target.Get();
-
     struct Case {
         const char* name;
         Variant value;
@@ -82,18 +58,50 @@ TEST(LargeValues, PositionsComeFromLongsDecimalsAndOtherNumbers) {
         {"Double", DoubleValue(6442450944.0), 6442450944LL},
         {"numeric text", StringValue(L"12"), 12},
         {"Empty", Variant(), 0},
-        {"variable passed by reference", std::move(byReference), 1LL << 33},
+        {"variable passed by reference", ByReference(target), 1LL << 33},
     };
-    for (Case& c : cases) {
-        EXPECT_EQ(LargeValueFrom(*c.value.Get()), c.expected) << c.name;
+    for (Case& c : cases) EXPECT_EQ(LargeValueFrom(*c.value.Get()), c.expected) << c.name;
+    const Variant tooLarge = Variant::FromDecimal(DecimalFromUnsigned(UINT64_MAX));
+    EXPECT_EQ(CaughtError([&] { LargeValueFrom(*tooLarge.Get()); }).number, RunTime(6));
+    EXPECT_EQ(CaughtError([&] { LargeValueFrom(*StringValue(L"far").Get()); }).number, RunTime(13));
+}
+
+TEST(LongHandles, ValuesCrossOnlyWhenTheLongGivesThemBack) {
+    const std::pair<intptr_t, bool> cases[] = {
+        {0, true}, {-1, true}, {0x7FFFFFFF, true}, {-0x7FFFFFFF - 1, true},
+#ifdef _WIN64
+        {intptr_t{0x80000000}, false}, {intptr_t{1} << 32, false}, {-(intptr_t{1} << 40), false},
+#endif
+    };
+    for (const auto& [value, fits] : cases) {
+        if (fits) {
+            EXPECT_EQ(static_cast<intptr_t>(ExactLong(value)), value);
+        } else {
+            EXPECT_EQ(CaughtError([&] { ExactLong(value); }).number, RunTime(6)) << static_cast<long long>(value);
+        }
     }
 }
 
-TEST(LargeValues, PositionsThatAreNoNumbersOrTooLargeRaise) {
-    const Variant tooLarge = Variant::FromDecimal(DecimalFromUnsigned(UINT64_MAX));
-    const Variant text = StringValue(L"far");
-    EXPECT_EQ(CaughtError([&] { LargeValueFrom(*tooLarge.Get()); }).number, RunTime(6));
-    EXPECT_EQ(CaughtError([&] { LargeValueFrom(*text.Get()); }).number, RunTime(13));
+TEST(LowMemory, BlocksOfEverySizeHaveExactLongAddressesAndAreReused) {
+    std::vector<void*> blocks;
+    for (size_t bytes : {1u, 16u, 48u, 700u, 4096u, 20000u, 300000u}) {
+        for (int i = 0; i < 50; ++i) {
+            void* block = AllocateLow(bytes);
+            std::memset(block, 0xA5, bytes);
+            EXPECT_EQ(reinterpret_cast<void*>(static_cast<intptr_t>(AddressAsLong(block))), block) << bytes;
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 16, 0u);
+            blocks.push_back(block);
+        }
+    }
+    for (void* block : blocks) FreeLow(block);
+    FreeLow(nullptr);
+#ifdef _WIN64
+    void* first = AllocateLow(700);
+    FreeLow(first);
+    void* again = AllocateLow(700);
+    EXPECT_EQ(again, first) << "a freed block is used again";
+    FreeLow(again);
+#endif
 }
 
 }  // namespace

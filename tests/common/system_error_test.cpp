@@ -6,16 +6,13 @@
 #include "common/system_error.h"
 #include "support/test_support.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
 
 namespace vofs::testing {
 namespace {
 
-// ---- stand-ins for the text sources, with what they were asked
-
+// Stand-ins for the text sources, recording what they were asked.
 struct TextSources {
     std::string message;          // what FormatMessageA writes
     DWORD messageFlags = 0;
@@ -76,60 +73,49 @@ protected:
     ApiOverride<&PlatformApi::WNetGetLastErrorA> network_{&FakeWNetGetLastErrorA};
 };
 
-TEST_F(SystemErrorText, EndsInExactlyOneSentenceMark) {
+TEST_F(SystemErrorText, EndsInExactlyOneSentenceMarkAndReplacesLineBreaks) {
     struct Case {
         const char* platformText;
+        const wchar_t* separator;
         const wchar_t* expected;
     };
     const Case cases[] = {
-        {"Access is denied.\r\n", L"Access is denied."},
-        {"No full stop\r\n", L"No full stop."},
-        {"Is that so?\r\n", L"Is that so?"},
-        {"Stop!", L"Stop!"},
-        {"Two\r\nlines\r\n", L"Two\r\nlines."},
-        {"", L"."},
+        {"Access is denied.\r\n", L"\r\n", L"Access is denied."},
+        {"No full stop\r\n", L"\r\n", L"No full stop."},
+        {"Is that so?\r\n", L"\r\n", L"Is that so?"},
+        {"Stop!", L"\r\n", L"Stop!"},
+        {"Two\r\nlines\r\n", L"\r\n", L"Two\r\nlines."},
+        {"", L"\r\n", L"."},
+        {"Line one\r\nLine two\r\n", L"|", L"Line one|Line two|."},
+        {"Line one\r\nLine two\r\n", L"; ", L"Line one;Line two;."},  // the separator's first character
+        {"Line one\r\nLine two\r\n", L"", L"Line oneLine two."},
     };
     for (const Case& c : cases) {
         sources.message = c.platformText;
-        EXPECT_EQ(vofs::SystemErrorText(5), c.expected) << c.platformText;
+        EXPECT_EQ(vofs::SystemErrorText(5, c.separator), c.expected) << c.platformText;
     }
 }
 
-TEST_F(SystemErrorText, OtherSeparatorsReplaceEveryLineBreak) {
-    sources.message = "Line one\r\nLine two\r\n";
-    EXPECT_EQ(vofs::SystemErrorText(5, L"|"), L"Line one|Line two|.");
-    EXPECT_EQ(vofs::SystemErrorText(5, L"; "), L"Line one;Line two;.");
-    EXPECT_EQ(vofs::SystemErrorText(5, L""), L"Line oneLine two.");
-}
-
-TEST_F(SystemErrorText, HresultsOfFacilityFormAreReducedToTheirCode) {
+TEST_F(SystemErrorText, WhichCodeIsLookedUpAndWhere) {
     sources.message = "x";
     vofs::SystemErrorText(static_cast<long>(0x80070002));
-    EXPECT_EQ(sources.messageCode, 2u);
+    EXPECT_EQ(sources.messageCode, 2u) << "an HRESULT of facility form is reduced to its code";
     EXPECT_EQ(sources.messageFlags, static_cast<DWORD>(FORMAT_MESSAGE_FROM_SYSTEM));
-    // With bit 15 set the code is looked up whole.
     vofs::SystemErrorText(static_cast<long>(0x8000FFFF));
-    EXPECT_EQ(sources.messageCode, 0x8000FFFFu);
-}
-
-TEST_F(SystemErrorText, CodeZeroMeansTheLastPlatformError) {
-    sources.message = "x";
+    EXPECT_EQ(sources.messageCode, 0x8000FFFFu) << "with bit 15 set the code is looked up whole";
     SetLastError(ERROR_PATH_NOT_FOUND);
     vofs::SystemErrorText(0);
-    EXPECT_EQ(sources.messageCode, static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
-}
+    EXPECT_EQ(sources.messageCode, static_cast<DWORD>(ERROR_PATH_NOT_FOUND)) << "0 means the last platform error";
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND)) << "and the lookup leaves it as it was";
 
-TEST_F(SystemErrorText, SpecialRangesAskTheirOwnSources) {
     sources.providerError = 42;
     sources.providerText = "The share went away";
     sources.providerName = "Example Network";
     EXPECT_EQ(vofs::SystemErrorText(1208), L"Example Network returned error #42 The share went away.");
-
     sources.remoteAccess = "The port is already in use";
     EXPECT_EQ(vofs::SystemErrorText(602), L"The port is already in use.");
     sources.remoteAccess.clear();
     EXPECT_EQ(vofs::SystemErrorText(799), L".") << "no remote-access text";
-
     sources.serverReply = "550 No such file or directory\r\n";
     EXPECT_EQ(vofs::SystemErrorText(12003), L"550 No such file or directory.");
 
@@ -137,74 +123,46 @@ TEST_F(SystemErrorText, SpecialRangesAskTheirOwnSources) {
     EXPECT_EQ(vofs::SystemErrorText(12002), L"The operation timed out.");
     EXPECT_EQ(sources.messageFlags, static_cast<DWORD>(FORMAT_MESSAGE_FROM_HMODULE));
     EXPECT_EQ(sources.messageModule, kInternetModule);
-
     sources.internetLoaded = false;
-    sources.message = "must not be used";
     EXPECT_EQ(vofs::SystemErrorText(12029), L".") << "no text when the internet module is not loaded";
-
-    // Just outside the internet range the system table answers again.
     sources.message = "System text";
-    EXPECT_EQ(vofs::SystemErrorText(13000), L"System text.");
+    EXPECT_EQ(vofs::SystemErrorText(13000), L"System text.") << "just outside the internet range";
     EXPECT_EQ(sources.messageFlags, static_cast<DWORD>(FORMAT_MESSAGE_FROM_SYSTEM));
-}
-
-TEST_F(SystemErrorText, LeavesTheLastPlatformErrorAsItWas) {
-    sources.message = "x";
-    SetLastError(1234);
-    vofs::SystemErrorText(5);
-    EXPECT_EQ(GetLastError(), 1234u);
 }
 
 TEST(SystemErrorTextOfThePlatform, IsTheSystemsOwnText) {
     const std::wstring text = vofs::SystemErrorText(ERROR_FILE_NOT_FOUND);
     ASSERT_GT(text.size(), 1u);
+    EXPECT_NE(text.substr(text.size() - 2, 1), L".");
     EXPECT_EQ(text.back(), L'.');
-    EXPECT_NE(text.substr(text.size() - 2), L"..");
     EXPECT_EQ(text.find(L"\r\n"), std::wstring::npos);
     EXPECT_EQ(vofs::SystemErrorText(0x7FF0), L".") << "a code without text";
 }
 
 TEST(RaiseSystemError, NumberSourceAndDescription) {
     const std::wstring platformText = vofs::SystemErrorText(5);
-    struct Case {
-        const wchar_t* description;
-        std::wstring expected;
-    };
-    const Case cases[] = {
+    const std::pair<const wchar_t*, std::wstring> cases[] = {
         {L"", platformText},
         {L"Cannot open", L"Cannot open.\r\n" + platformText},
         {L"  Cannot open  ", L"Cannot open.\r\n" + platformText},
         {L"Really?", L"Really?\r\n" + platformText},
-        {L"Stop!", L"Stop!\r\n" + platformText},
         {L"Done.", L"Done.\r\n" + platformText},
     };
-    for (const Case& c : cases) {
-        const ErrorRecord error = CaughtError([&] { RaiseSystemError(5, L"FileSystemLib", c.description); });
+    for (const auto& [description, expected] : cases) {
+        const ErrorRecord error = CaughtError([&] { RaiseSystemError(5, L"FileSystemLib", description); });
         EXPECT_EQ(error.number, System(5));
         EXPECT_EQ(error.source, L"FileSystemLib");
-        EXPECT_EQ(error.description, c.expected) << std::wstring(c.description).size();
+        EXPECT_EQ(error.description, expected) << Narrow(description);
     }
-}
-
-TEST(RaiseSystemError, CodesThatDoNotFitOverflow) {
-    EXPECT_EQ(CaughtError([] { RaiseSystemError(2, L"X"); }).number, System(2));
+    // Codes whose number does not fit overflow; 0 means the last error, no source the host.
     EXPECT_EQ(CaughtError([] { RaiseSystemError(0x7FF8FFFF, L"X"); }).number, static_cast<HRESULT>(0xFFFFFFFF));
     EXPECT_EQ(CaughtError([] { RaiseSystemError(0x7FF90000, L"X"); }).number, RunTime(6));
     EXPECT_EQ(CaughtError([] { RaiseSystemError(-1, L"X"); }).number, RunTime(6));
-}
-
-TEST(RaiseSystemError, DefaultsToTheLastErrorAndTheHostsName) {
     SetLastError(ERROR_PATH_NOT_FOUND);
     const ErrorRecord error = CaughtError([] { RaiseSystemError(0, L""); });
     EXPECT_EQ(error.number, System(ERROR_PATH_NOT_FOUND));
     EXPECT_EQ(error.source, HostApplicationName());
     EXPECT_EQ(HostApplicationName().substr(0, 13), L"vofslib_tests");
-}
-
-TEST(TextBeforeNul, CutsAtTheFirstNul) {
-    EXPECT_EQ(TextBeforeNul(std::wstring(L"ab\0cd", 5)), L"ab");
-    EXPECT_EQ(TextBeforeNul(std::wstring(L"abc")), L"abc");
-    EXPECT_EQ(TextBeforeNul(std::string("\0x", 2)), "");
 }
 
 }  // namespace

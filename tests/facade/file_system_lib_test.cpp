@@ -1,5 +1,7 @@
-// FileSystemLib's own members, called through its interface as an early-bound client
-// would, against real files and, for the platform's rarer answers, through the seam.
+// FileSystemLib through its interface as an early-bound client calls it: the byte display
+// table, and through the seam the platform's rarer answers (unreadable items, a full temp
+// folder, the temp folder's buffer, error modes). tests/scripts/items.vbs and paths.vbs
+// are the script clients of the same members.
 
 #include "facade/file_system_lib.h"
 #include "common/decimal.h"
@@ -7,8 +9,6 @@
 #include "common/system_error.h"
 #include "common/platform_api.h"
 #include "support/test_support.h"
-
-#include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
@@ -20,12 +20,6 @@ class FileSystemLibTest : public ::testing::Test {
 protected:
     void SetUp() override { library_ = FileSystemLib::Make(); }
 
-    std::wstring Text(HRESULT (STDMETHODCALLTYPE _FileSystemLib::*member)(BSTR, BSTR*), const std::wstring& argument) {
-        Bstr input(argument), output;
-        EXPECT_EQ((library_.Get()->*member)(input.Get(), output.Receive()), S_OK);
-        return std::wstring(output.View());
-    }
-
     std::wstring ByteDisplay(const Variant& value, long type = 0) {
         Bstr output;
         const HRESULT result =
@@ -34,27 +28,9 @@ protected:
         return std::wstring(output.View());
     }
 
-    bool Exists(const std::wstring& path, VARIANT* strict = nullptr) {
-        Bstr input(path);
-        VARIANT_BOOL result = VARIANT_FALSE;
-        Variant missing;
-        V_VT(missing.Get()) = VT_ERROR;
-        V_ERROR(missing.Get()) = DISP_E_PARAMNOTFOUND;
-        EXPECT_EQ(library_->FileExists(input.Get(), strict ? strict : missing.Get(), &result), S_OK);
-        return result != VARIANT_FALSE;
-    }
-
-    bool FolderExists(const std::wstring& path) {
-        Bstr input(path);
-        VARIANT_BOOL result = VARIANT_FALSE;
-        EXPECT_EQ(library_->FolderExists(input.Get(), &result), S_OK);
-        return result != VARIANT_FALSE;
-    }
-
-    std::wstring UniqueName(const std::wstring& seed, const std::wstring& extension, const std::wstring& folder) {
-        Bstr s(seed), e(extension), f(folder), output;
-        EXPECT_EQ(library_->GetUniqueTempName(s.Get(), e.Get(), f.Get(), output.Receive()), S_OK);
-        return std::wstring(output.View());
+    bool Exists(const std::wstring& path) {
+        Variant missing = Missing();
+        return ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FileExists, Bstr(path).Get(), missing.Get());
     }
 
     static std::wstring Grouped(std::wstring text) {
@@ -81,80 +57,21 @@ TEST_F(FileSystemLibTest, FormatByteDisplay) {
     };
     const double KB = 1024, MB = KB * 1024, GB = MB * 1024, TB = GB * 1024;
     const Case cases[] = {
-        {0, 0, L"0 KB"},
-        {0, 3, L"0 GB"},
-        {0, 5, L"0 MB"},
-        {0, 1, L"0 KB"},
-        {0, 7, L"0 GB"},
-        {0, 4, L"0 KB"},
-        {1, 0, L"1 byte"},
-        {2, 0, L"2 bytes"},
-        {1023, 0, L"1,023 bytes"},
-        {1023, 1, L"1 KB"},
-        {1, 1, L"1 KB"},
-        {1024, 0, L"1 KB"},
-        {1536, 0, L"2 KB"},     // 1.5 rounds to even
-        {2560, 0, L"2 KB"},     // 2.5 rounds to even
-        {3584, 0, L"4 KB"},
-        {1023 * KB, 0, L"1,023 KB"},
-        {MB, 0, L"1 MB"},
-        {1.5 * MB, 0, L"1#50 MB"},
+        {0, 0, L"0 KB"}, {0, 3, L"0 GB"}, {0, 5, L"0 MB"}, {0, 1, L"0 KB"}, {0, 7, L"0 GB"}, {0, 4, L"0 KB"},
+        {1, 0, L"1 byte"}, {2, 0, L"2 bytes"}, {1023, 0, L"1,023 bytes"}, {1023, 1, L"1 KB"}, {1, 1, L"1 KB"},
+        {1024, 0, L"1 KB"}, {1536, 0, L"2 KB"}, {2560, 0, L"2 KB"}, {3584, 0, L"4 KB"},  // halves to even
+        {1023 * KB, 0, L"1,023 KB"}, {MB, 0, L"1 MB"}, {1.5 * MB, 0, L"1#50 MB"},
         {1.125 * MB, 0, L"1#13 MB"},   // two places, formatted from the unrounded value
         {1.005 * MB, 0, L"1 MB"},      // Round(q, 2) = Round(q, 0): whole units
-        {GB, 2, L"1 GB"},
-        {2.25 * GB, 0, L"2#25 GB"},
+        {GB, 2, L"1 GB"}, {2.25 * GB, 0, L"2#25 GB"},
         {2.125 * TB, 0, L"2#12 TB"},   // terabytes round (to even) before formatting
-        {1234.5 * TB, 0, L"1,234#50 TB"},
-        {-5, 0, L""},
-        {0.5, 0, L"0#5 byte"},
+        {1234.5 * TB, 0, L"1,234#50 TB"}, {-5, 0, L""}, {0.5, 0, L"0#5 byte"},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(ByteDisplay(DoubleValue(c.bytes), c.type), Grouped(c.expected)) << c.bytes << " type " << c.type;
     }
     EXPECT_EQ(ByteDisplay(StringValue(L"1048576")), L"1 MB") << "text that converts to a number";
     EXPECT_EQ(ByteDisplay(Variant::FromDecimal(DecimalFromUnsigned(1ULL << 41))), L"2 TB");
-}
-
-TEST_F(FileSystemLibTest, FormatByteDisplayRejectsWhatIsNotANumber) {
-    Bstr output;
-    Variant text = StringValue(L"many");
-    EXPECT_EQ(TakeError(library_->FormatByteDisplay(*text.Get(), static_cast<ByteDisplayTypes>(0), output.Receive())).number,
-              RunTime(13));
-}
-
-TEST_F(FileSystemLibTest, PathTextMembers) {
-    EXPECT_EQ(Text(&_FileSystemLib::NameFromPath, L" C:\\dir\\file.txt "), L"file.txt");
-    EXPECT_EQ(Text(&_FileSystemLib::NameFromPath, L"C:\\dir\\"), L"dir\\");
-    EXPECT_EQ(Text(&_FileSystemLib::ParentFromPath, L"C:\\dir"), L"C:");
-    EXPECT_EQ(Text(&_FileSystemLib::ParentFromPath, L"C:\\"), L"C");
-    EXPECT_EQ(Text(&_FileSystemLib::ParentFromPath, L"ftp://host"), L"");
-    EXPECT_EQ(Text(&_FileSystemLib::NormalizePath, L"ftp://h/a"), L"ftp://h/a/");
-    EXPECT_EQ(Text(&_FileSystemLib::NormalizePath, L"C:\\a\\"), L"C:\\a\\");
-    EXPECT_EQ(Text(&_FileSystemLib::NormalizePath, L""), L"\\");
-}
-
-TEST_F(FileSystemLibTest, ExistenceOfFilesAndFolders) {
-    ScratchFolder scratch;
-    const std::wstring file = scratch.WriteFile(L"report one.txt", "x");
-    const std::wstring folder = scratch.MakeFolder(L"sub");
-    Variant strictTrue = Variant::FromBool(true), strictFalse = Variant::FromBool(false);
-
-    EXPECT_TRUE(Exists(file));
-    EXPECT_TRUE(Exists(file, strictTrue.Get()));
-    EXPECT_TRUE(Exists(folder));
-    EXPECT_TRUE(Exists(folder, strictFalse.Get()));
-    EXPECT_FALSE(Exists(folder, strictTrue.Get())) << "a folder is not a file when strict";
-    EXPECT_FALSE(Exists(scratch / L"missing.txt"));
-    EXPECT_FALSE(Exists(scratch / L"missing\\deeper.txt")) << "path not found answers false too";
-    EXPECT_TRUE(FolderExists(folder));
-    EXPECT_FALSE(FolderExists(file));
-    EXPECT_FALSE(FolderExists(scratch / L"missing"));
-
-    Bstr empty;
-    VARIANT_BOOL result;
-    const ErrorRecord error = TakeError(library_->FileExists(empty.Get(), strictTrue.Get(), &result));
-    EXPECT_EQ(error.number, RunTime(5));
-    EXPECT_EQ(error.source, L"MFileSystemLib");
 }
 
 // The platform refuses to read the item itself: access denied, a paused share, or any
@@ -176,7 +93,8 @@ TEST_F(FileSystemLibTest, UnreadableItemsAnswerFromTheirParentOrRaise) {
     for (DWORD code : {DWORD{ERROR_ACCESS_DENIED}, DWORD{ERROR_SHARING_PAUSED}}) {
         deniedError = code;
         EXPECT_TRUE(Exists(deniedPath)) << code;
-        EXPECT_TRUE(FolderExists(deniedPath)) << "the parent's attributes are a folder's";
+        EXPECT_TRUE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FolderExists, Bstr(deniedPath).Get()))
+            << "the parent's attributes are a folder's";
     }
     deniedPath = scratch / L"missing-parent\\locked";
     deniedError = ERROR_ACCESS_DENIED;
@@ -190,21 +108,6 @@ TEST_F(FileSystemLibTest, UnreadableItemsAnswerFromTheirParentOrRaise) {
     EXPECT_EQ(error.number, System(ERROR_INVALID_NAME));
     EXPECT_EQ(error.source, L"MFileSystemLib");
     EXPECT_EQ(error.description, vofs::SystemErrorText(ERROR_INVALID_NAME));
-}
-
-TEST_F(FileSystemLibTest, UniqueTempNames) {
-    ScratchFolder scratch;
-    EXPECT_EQ(UniqueName(L"report", L"", scratch.Path()), scratch / L"rep~0001.tmp");
-    EXPECT_EQ(UniqueName(L"ab", L"log", scratch.Path() + L"\\"), scratch / L"ab~0001.log");
-    scratch.WriteFile(L"rep~0001.tmp");
-    scratch.MakeFolder(L"rep~0002.tmp");
-    EXPECT_EQ(UniqueName(L"report", L"tmp", scratch.Path()), scratch / L"rep~0003.tmp") << "files and folders count";
-    EXPECT_FALSE(Exists(scratch / L"rep~0003.tmp")) << "the name is not created";
-
-    const std::wstring defaulted = UniqueName(L"", L"", L"");
-    Bstr temp;
-    library_->GetTempFolderPath(temp.Receive());
-    EXPECT_EQ(defaulted, std::wstring(temp.View()) + HostApplicationName().substr(0, 3) + L"~0001.tmp");
 }
 
 DWORD WINAPI EverythingExists(LPCWSTR) { return FILE_ATTRIBUTE_NORMAL; }
@@ -244,23 +147,6 @@ TEST_F(FileSystemLibTest, TempFolderBufferFollowsTheStoredSettingAndFallsBackToT
     Bstr temp;
     ASSERT_EQ(library_->GetTempFolderPath(temp.Receive()), S_OK);
     EXPECT_EQ(temp.View(), HostApplicationFolder());
-}
-
-TEST_F(FileSystemLibTest, WideCallSupportAcceptsOnlyTheDefinedSettings) {
-    for (long setting : {1L, 2L, 0L}) {
-        ASSERT_EQ(library_->put_WideCallSupport(static_cast<WideCallSupportOptions>(setting)), S_OK);
-        WideCallSupportOptions stored;
-        library_->get_WideCallSupport(&stored);
-        EXPECT_EQ(stored, setting);
-    }
-    for (long setting : {3L, -1L, 256L}) {
-        const ErrorRecord error = TakeError(library_->put_WideCallSupport(static_cast<WideCallSupportOptions>(setting)));
-        EXPECT_EQ(error.number, RunTime(5)) << setting;
-        EXPECT_EQ(error.source, L"FileSystemLib");
-    }
-    WideCallSupportOptions stored;
-    library_->get_WideCallSupport(&stored);
-    EXPECT_EQ(stored, 0) << "a refused setting leaves the old one";
 }
 
 std::vector<UINT> modesSet;
@@ -304,15 +190,6 @@ TEST_F(FileSystemLibTest, SetErrorModeMasksWritesBackAndReturnsThePreviousMode) 
     V_BOOLREF(&reference) = &flag;
     EXPECT_EQ(library_->SetErrorMode(&reference, &previous), S_OK);
     EXPECT_EQ(flag, VARIANT_TRUE) << "-1 masked is &HFFFF8001, which is True";
-}
-
-TEST_F(FileSystemLibTest, MembersOfLaterClassesSayTheyAreNotAvailable) {
-    ComPtr<_ProxySettings> proxy;
-    const ErrorRecord error = TakeError(library_->get_DefaultProxy(&proxy));
-    EXPECT_EQ(error.number, E_NOTIMPL);
-    EXPECT_EQ(error.source, L"FileSystemLib");
-    EXPECT_EQ(error.description, L"DefaultProxy is not available in this version of the library.");
-    EXPECT_EQ(proxy.Get(), nullptr) << "no stand-in object";
 }
 
 }  // namespace

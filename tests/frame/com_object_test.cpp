@@ -9,44 +9,30 @@
 namespace vofs::testing {
 namespace {
 
-TEST(ComObject, QueryInterfaceKeepsIdentityAndKnowsItsInterfaces) {
-    ComPtr<FileSystemLib> library = FileSystemLib::Make();
-    ComPtr<IUnknown> viaUnknown, viaDispatchThenUnknown;
-    ComPtr<IDispatch> dispatch;
-    ASSERT_EQ(library->QueryInterface(IID_PPV_ARGS(&viaUnknown)), S_OK);
-    ASSERT_EQ(library->QueryInterface(IID_PPV_ARGS(&dispatch)), S_OK);
-    ASSERT_EQ(dispatch.As(&viaDispatchThenUnknown), S_OK);
-    EXPECT_EQ(viaUnknown.Get(), viaDispatchThenUnknown.Get());
-
-    ComPtr<_FileSystemLib> typed;
-    EXPECT_EQ(viaUnknown.As(&typed), S_OK);
-    ComPtr<IPersist> foreign;
-    EXPECT_EQ(viaUnknown.As(&foreign), E_NOINTERFACE);
-    EXPECT_EQ(foreign.Get(), nullptr);
-
-    ComPtr<ISupportErrorInfo> errors;
-    ASSERT_EQ(viaUnknown.As(&errors), S_OK);
-    EXPECT_EQ(errors->InterfaceSupportsErrorInfo(IID__FileSystemLib), S_OK);
-}
-
-TEST(ComObject, FindsItsOwnImplementationAndRecognisesForeignObjects) {
-    ComPtr<FileSystemLib> library = FileSystemLib::Make();
-    ComPtr<IDispatch> dispatch;
-    library.As(&dispatch);
-    EXPECT_EQ(ImplementationOf<FileSystemLib>(dispatch.Get()), library.Get());
-
-    ComPtr<ICreateErrorInfo> foreign;
-    ASSERT_EQ(CreateErrorInfo(&foreign), S_OK);
-    EXPECT_EQ(ImplementationOf<FileSystemLib>(foreign.Get()), nullptr);
-    EXPECT_EQ(ImplementationOf<FileSystemLib>(nullptr), nullptr);
-}
-
-TEST(ComObject, CountsLiveObjects) {
+TEST(ComObject, IdentityInterfacesOwnImplementationAndObjectCount) {
     const long before = module::LiveObjects();
     {
-        ComPtr<FileSystemLib> first = FileSystemLib::Make();
-        ComPtr<FileSystemLib> second = FileSystemLib::Make();
-        EXPECT_EQ(module::LiveObjects(), before + 2);
+        ComPtr<FileSystemLib> library = FileSystemLib::Make();
+        ComPtr<IUnknown> unknown, viaDispatch;
+        ComPtr<IDispatch> dispatch;
+        ComPtr<_FileSystemLib> typed;
+        ComPtr<IPersist> foreign;
+        ComPtr<ISupportErrorInfo> errors;
+        ASSERT_EQ(library.As(&unknown), S_OK);
+        ASSERT_EQ(library.As(&dispatch), S_OK);
+        ASSERT_EQ(dispatch.As(&viaDispatch), S_OK);
+        EXPECT_EQ(unknown.Get(), viaDispatch.Get());
+        EXPECT_EQ(unknown.As(&typed), S_OK);
+        EXPECT_EQ(unknown.As(&foreign), E_NOINTERFACE);
+        ASSERT_EQ(unknown.As(&errors), S_OK);
+        EXPECT_EQ(errors->InterfaceSupportsErrorInfo(IID__FileSystemLib), S_OK);
+
+        EXPECT_EQ(ImplementationOf<FileSystemLib>(dispatch.Get()), library.Get());
+        ComPtr<ICreateErrorInfo> other;
+        ASSERT_EQ(CreateErrorInfo(&other), S_OK);
+        EXPECT_EQ(ImplementationOf<FileSystemLib>(other.Get()), nullptr) << "a foreign object is recognised";
+        EXPECT_EQ(ImplementationOf<FileSystemLib>(nullptr), nullptr);
+        EXPECT_EQ(module::LiveObjects(), before + 1);
     }
     EXPECT_EQ(module::LiveObjects(), before);
 }

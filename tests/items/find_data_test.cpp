@@ -9,8 +9,6 @@
 #include "items/find_record.h"
 #include "support/test_support.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstring>
 #include <optional>
@@ -45,9 +43,7 @@ uint64_t PreciseOf(const Variant& value) {
 }
 
 std::wstring Text(HRESULT (STDMETHODCALLTYPE ::Win32FindData::*member)(BSTR*), FindDataRecord& record) {
-    Bstr text;
-    EXPECT_EQ((record.*member)(text.Receive()), S_OK);
-    return std::wstring(text.View());
+    return TextOf(static_cast<::Win32FindData*>(&record), member);
 }
 
 void ExpectDecodedFields(FindDataRecord& record) {
@@ -57,42 +53,41 @@ void ExpectDecodedFields(FindDataRecord& record) {
     EXPECT_EQ(PreciseOf(record.PreciseLastAccessTime()), kAccessed);
     EXPECT_EQ(PreciseOf(record.PreciseLastWriteTime()), kWritten);
     // The three dates are all the last-write date.
-    DATE creation = 0, access = 0, write = 0;
-    EXPECT_EQ(record.get_CreationTime(&creation), S_OK);
-    EXPECT_EQ(record.get_LastAccessTime(&access), S_OK);
-    EXPECT_EQ(record.get_LastWriteTime(&write), S_OK);
-    EXPECT_EQ(write, 37622);
-    EXPECT_EQ(access, 37622);
-    EXPECT_EQ(creation, 37622);
+    EXPECT_EQ(ValueOf<DATE>(&record, &FindDataRecord::get_LastWriteTime), 37622);
+    EXPECT_EQ(ValueOf<DATE>(&record, &FindDataRecord::get_LastAccessTime), 37622);
+    EXPECT_EQ(ValueOf<DATE>(&record, &FindDataRecord::get_CreationTime), 37622);
 }
 
-TEST(FindData, WideRecordDecodes) {
-    WIN32_FIND_DATAW data{};
-    FillCommonFields(data);
-    wcscpy(data.cFileName, L"r\u00e9sum\u00e9 \u4e2d.txt");
-    wcscpy(data.cAlternateFileName, L"RSUM~1.TXT");
+TEST(FindData, BothLayoutsDecode) {
+    WIN32_FIND_DATAW wide{};
+    FillCommonFields(wide);
+    wcscpy(wide.cFileName, L"r\u00e9sum\u00e9 \u4e2d.txt");
+    wcscpy(wide.cAlternateFileName, L"RSUM~1.TXT");
     ComPtr<FindDataRecord> record = FindDataRecord::Make();
-    record->InitializeFrom(&data, find_record::kWide);
+    record->InitializeFrom(&wide, find_record::kWide);
     EXPECT_EQ(record->Version(), 2);
     ExpectDecodedFields(*record.Get());
     EXPECT_EQ(Text(&::Win32FindData::get_FileName, *record.Get()), L"r\u00e9sum\u00e9 \u4e2d.txt");
     EXPECT_EQ(Text(&::Win32FindData::get_AltFileName, *record.Get()), L"RSUM~1.TXT");
-}
 
-TEST(FindData, AnsiRecordDecodesFromTheSystemCodePage) {
-    WIN32_FIND_DATAA data{};
-    FillCommonFields(data);
+    WIN32_FIND_DATAA ansi{};
+    FillCommonFields(ansi);
     const std::wstring name = L"caf\u00e9 notes.txt";
     const std::string bytes = ToAnsi(name);
     ASSERT_EQ(FromAnsi(bytes), name) << "the prefix's code page has no e acute";
-    std::memcpy(data.cFileName, bytes.data(), bytes.size());
-    std::strcpy(data.cAlternateFileName, "CAFNOT~1.TXT");
-    ComPtr<FindDataRecord> record = FindDataRecord::Make();
-    record->InitializeFrom(&data, find_record::kAnsi);
+    std::memcpy(ansi.cFileName, bytes.data(), bytes.size());
+    std::strcpy(ansi.cAlternateFileName, "CAFNOT~1.TXT");
+    record = FindDataRecord::Make();
+    record->InitializeFrom(&ansi, find_record::kAnsi);
     EXPECT_EQ(record->Version(), 1);
     ExpectDecodedFields(*record.Get());
     EXPECT_EQ(record->FileName(), name);
     EXPECT_EQ(record->AltFileName(), L"CAFNOT~1.TXT");
+    ComPtr<ITypeInfo> info;
+    ASSERT_EQ(record->AsDispatch()->GetTypeInfo(0, 0, &info), S_OK);
+    Bstr typeName;
+    info->GetDocumentation(MEMBERID_NIL, typeName.Receive(), nullptr, nullptr, nullptr);
+    EXPECT_EQ(typeName.View(), L"Win32FindData") << "the name script hosts see";
 }
 
 // Raw buffers: names that fill their fields without a NUL, and short names that run on
@@ -166,9 +161,7 @@ TEST(FindData, VersionThroughTheInterface) {
     EXPECT_EQ(record->Version(), natural) << "a new record takes the platform's layout, whatever is asked";
 
     EXPECT_EQ(record->put_Version(7), S_OK);
-    LONG version = 0;
-    record->get_Version(&version);
-    EXPECT_EQ(version, 7);
+    EXPECT_EQ(ValueOf<LONG>(record.Get(), &FindDataRecord::get_Version), 7);
     const ErrorRecord error = TakeError(record->put_Version(1));
     EXPECT_EQ(error.number, RunTime(5));
     EXPECT_EQ(error.source, L"Win32FindData");
@@ -187,11 +180,9 @@ TEST(FindData, VersionThroughTheInterface) {
 }
 
 TEST(FindData, FileSizeSetter) {
-    CY currency{};
-    currency.int64 = 25'000;  // 2.5
     Variant currencyValue;
     V_VT(currencyValue.Get()) = VT_CY;
-    V_CY(currencyValue.Get()) = currency;
+    V_CY(currencyValue.Get()).int64 = 25'000;  // 2.5
     Variant integer;
     V_VT(integer.Get()) = VT_I2;
     V_I2(integer.Get()) = 300;
@@ -228,17 +219,10 @@ TEST(FindData, FileSizeSetter) {
 
 TEST(FindData, TimeSettersUseTheSharedTimeValues) {
     ComPtr<FindDataRecord> record = FindDataRecord::Make();
-    Variant date;
-    V_VT(date.Get()) = VT_DATE;
-    V_DATE(date.Get()) = 37622;
-    record->SetLastWriteTime(*date.Get());
+    record->SetLastWriteTime(*DateValue(37622).Get());
     record->SetCreationTime(*PreciseValue(kCreated).Get());
     ComPtr<FileTimeRecord> accessed = FileTimeRecord::Make(FileTimeOfCount(kAccessed), false);
-    Variant object;
-    V_VT(object.Get()) = VT_DISPATCH;
-    V_DISPATCH(object.Get()) = accessed->AsDispatch();
-    accessed->AddRef();
-    record->SetLastAccessTime(*object.Get());
+    record->SetLastAccessTime(*Variant::FromObject(accessed->AsDispatch()).Get());
 
     EXPECT_EQ(PreciseOf(record->PreciseLastWriteTime()), kWritten);
     EXPECT_EQ(PreciseOf(record->PreciseCreationTime()), kCreated & 0xFFFFFFFF)
@@ -252,13 +236,9 @@ TEST(FindData, AttributesAreKeptAndNamesCannotBeSet) {
     ComPtr<FindDataRecord> record = FindDataRecord::Make();
     record->InitializeFrom(&data, find_record::kWide);
     EXPECT_EQ(record->put_FileAttributes(static_cast<LONG>(0x80002021)), S_OK);
-    LONG attributes = 0;
-    record->get_FileAttributes(&attributes);
-    EXPECT_EQ(attributes, static_cast<LONG>(0x80002021));
-
-    Bstr other(L"other.txt");
-    EXPECT_EQ(record->put_FileName(other.Get()), S_OK);
-    EXPECT_EQ(record->put_AltFileName(other.Get()), S_OK);
+    EXPECT_EQ(ValueOf<LONG>(record.Get(), &FindDataRecord::get_FileAttributes), static_cast<LONG>(0x80002021));
+    EXPECT_EQ(record->put_FileName(Bstr(L"other.txt").Get()), S_OK);
+    EXPECT_EQ(record->put_AltFileName(Bstr(L"other.txt").Get()), S_OK);
     EXPECT_EQ(record->FileName(), L"kept.txt");
     EXPECT_EQ(record->AltFileName(), L"");
 }
@@ -285,36 +265,6 @@ TEST(FindData, FilledByThePlatformsFindCalls) {
         EXPECT_FALSE(record->Attributes() & FILE_ATTRIBUTE_DIRECTORY);
         EXPECT_GT(PreciseOf(record->PreciseLastWriteTime()), kDateZero + 40000 * kDay) << "written after 2009";
     }
-}
-
-TEST(FindData, ScriptHostsSeeItByName) {
-    ComPtr<FindDataRecord> record = FindDataRecord::Make();
-    ComPtr<ITypeInfo> info;
-    ASSERT_EQ(record->AsDispatch()->GetTypeInfo(0, 0, &info), S_OK);
-    Bstr name;
-    ASSERT_EQ(info->GetDocumentation(MEMBERID_NIL, name.Receive(), nullptr, nullptr, nullptr), S_OK);
-    EXPECT_EQ(name.View(), L"Win32FindData");
-}
-
-class Win98FindData : public ::testing::Test {
-protected:
-    void SetUp() override {
-        if (IsPlatformNT()) GTEST_SKIP() << "runs under the win98 program version only (cpp_tests_win98)";
-    }
-};
-
-TEST_F(Win98FindData, NewRecordsTakeTheAnsiLayout) {
-    WideCallSettingGuard setting;
-    ThisThread().wideCallSupport = kWideVersion;
-    ComPtr<FindDataRecord> record = FindDataRecord::Make();
-    EXPECT_EQ(record->Version(), 1);
-    ScratchFolder scratch;
-    const std::wstring file = scratch.WriteFile(L"ansi.txt", "abc");
-    HANDLE search = FindFirstFileA(ToAnsi(file).c_str(), static_cast<WIN32_FIND_DATAA*>(record->Buffer()));
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
-    FindClose(search);
-    EXPECT_EQ(record->FileName(), L"ansi.txt");
-    EXPECT_EQ(PreciseOf(record->FileSize()), 3u);
 }
 
 }  // namespace

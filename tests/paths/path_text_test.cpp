@@ -1,53 +1,154 @@
-// The text rules for names and parents of path texts.
+// The path text rules as tables: parsing, root scan, relative part, platform form, join,
+// and the names and parents of path texts.
 
 #include "paths/path_text.h"
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 namespace vofs::path_text {
 namespace {
 
-TEST(PathText, NameFromPath) {
-    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
-        {L"C:\\dir\\file.txt", L"file.txt"},
-        {L"  C:\\dir\\file.txt  ", L"file.txt"},
-        {L"C:\\dir\\", L"dir\\"},   // a separator in the last place is not a boundary
-        {L"C:", L"C:"},
-        {L"C:file", L"file"},
-        {L"ftp://host/a/b", L"b"},
-        {L"ftp://host", L"host"},
-        {L"plain", L"plain"},
-        {L"", L""},
-        {L"\\", L"\\"},
-        {L"a/b\\c", L"c"},
-    };
-    for (const auto& [path, name] : cases) EXPECT_EQ(NameFromPath(path), name) << path;
+std::string Narrow(std::wstring_view text) { return std::string(text.begin(), text.end()); }
+
+struct ParseCase {
+    const wchar_t* input;
+    const wchar_t* fullPath;
+    char kind;  // 'L' drive, 'S' share, 'U' URL only, 'F' file URL drive, 'G' file URL share
+    const wchar_t* protocol;
+    std::vector<std::wstring> segments;
+    const wchar_t* root;
+    const wchar_t* relative;
+    const wchar_t* platformWide;
+    const wchar_t* platformAnsi;
+};
+
+const ParseCase kParseCases[] = {
+    {L"  C:\\Dir\\File.Txt  ", L"C:\\Dir\\File.Txt", 'L', L"", {L"C:", L"Dir", L"File.Txt"}, L"C:\\",
+     L"\\Dir\\File.Txt", L"\\\\?\\C:\\Dir\\File.Txt", L"C:\\Dir\\File.Txt"},
+    {L"C:\\", L"C:\\", 'L', L"", {L"C:"}, L"C:\\", L"\\", L"\\\\?\\C:\\", L"C:\\"},
+    {L"C:", L"C:", 'L', L"", {L"C:"}, L"C:", L"\\", L"\\\\?\\C:\\", L"C:\\"},
+    {L"C:/a/b", L"C:/a/b", 'L', L"", {L"C:", L"a", L"b"}, L"C:/", L"\\a\\b", L"\\\\?\\C:\\a\\b", L"C:\\a\\b"},
+    {L"C:\\a\\\\b", L"C:\\a\\\\b", 'L', L"", {L"C:", L"a", L"", L"b"}, L"C:\\", L"\\a\\\\b",
+     L"\\\\?\\C:\\a\\\\b", L"C:\\a\\\\b"},
+    {L"C:\\dir\\", L"C:\\dir\\", 'L', L"", {L"C:", L"dir"}, L"C:\\", L"\\dir", L"\\\\?\\C:\\dir", L"C:\\dir"},
+    {L"C:\\dir\\\\", L"C:\\dir\\\\", 'L', L"", {L"C:", L"dir", L""}, L"C:\\", L"\\dir\\", L"\\\\?\\C:\\dir\\",
+     L"C:\\dir\\"},
+    {L"C:dir\\x", L"C:dir\\x", 'L', L"", {L"C:dir", L"x"}, L"C:dir\\", L"\\x", L"\\\\?\\C:dir\\x", L"C:dir\\x"},
+    {L"\\\\?\\c:\\x", L"c:\\x", 'L', L"", {L"c:", L"x"}, L"c:\\", L"\\x", L"\\\\?\\c:\\x", L"c:\\x"},
+    {L"\\\\?\\unc\\srv\\sh\\x", L"\\\\srv\\sh\\x", 'S', L"", {L"srv", L"sh", L"x"}, L"\\\\srv\\sh", L"\\x",
+     L"\\\\?\\UNC\\srv\\sh\\x", L"\\\\srv\\sh\\x"},
+    {L"\\\\srv\\", L"\\\\srv\\", 'S', L"", {L"srv"}, L"\\\\srv\\", L"\\", L"\\\\?\\UNC\\srv", L"\\\\srv"},
+    {L"\\\\srv\\share", L"\\\\srv\\share", 'S', L"", {L"srv", L"share"}, L"\\\\srv\\share", L"\\",
+     L"\\\\?\\UNC\\srv\\share", L"\\\\srv\\share"},
+    {L"\\\\srv\\share\\dir/f", L"\\\\srv\\share\\dir/f", 'S', L"", {L"srv", L"share", L"dir", L"f"},
+     L"\\\\srv\\share", L"\\dir\\f", L"\\\\?\\UNC\\srv\\share\\dir\\f", L"\\\\srv\\share\\dir\\f"},
+    {L"FTP://Host/x", L"FTP://Host/x", 'U', L"ftp", {L"Host", L"x"}, L"FTP://Host", L"/x", L"Host/x", L"Host/x"},
+    {L"ftp://h/dir", L"ftp://h/dir", 'U', L"ftp", {L"h", L"dir"}, L"ftp://h", L"/dir", L"h/dir", L"h/dir"},
+    {L"http://h/a\\b", L"http://h/a\\b", 'U', L"http", {L"h", L"a", L"b"}, L"http://h", L"/a/b", L"h/a/b",
+     L"h/a/b"},
+    {L"ftp://", L"ftp://", 'U', L"ftp", {}, L"ftp://", L"/", L"/", L"/"},
+    {L"file:///C:/a", L"file:///C:/a", 'F', L"file", {L"C:", L"a"}, L"file:///C:", L"/a", L"C:/a", L"C:/a"},
+    {L"file:///C:", L"file:///C:", 'F', L"file", {L"C:"}, L"file:///C:", L"/", L"C:/", L"C:/"},
+    {L"file://srv/sh/a", L"file://srv/sh/a", 'G', L"file", {L"srv", L"sh", L"a"}, L"file://srv", L"/a",
+     L"srv/sh/a", L"srv/sh/a"},
+    // the drive letter range runs from "A" to "z" in code order
+    {L"[:\\x", L"[:\\x", 'L', L"", {L"[:", L"x"}, L"[:\\", L"\\x", L"\\\\?\\[:\\x", L"[:\\x"},
+    {L"z:", L"z:", 'L', L"", {L"z:"}, L"z:", L"\\", L"\\\\?\\z:\\", L"z:\\"},
+};
+
+TEST(ParsePath, Table) {
+    for (const ParseCase& c : kParseCases) {
+        SCOPED_TRACE(Narrow(c.input));
+        const std::optional<ParsedPath> parsed = ParsePath(c.input);
+        ASSERT_TRUE(parsed.has_value());
+        EXPECT_EQ(parsed->fullPath, c.fullPath);
+        EXPECT_EQ(parsed->isLogical, c.kind == 'L' || c.kind == 'F');
+        EXPECT_EQ(parsed->isNetShare, c.kind == 'S' || c.kind == 'G');
+        EXPECT_EQ(parsed->isUrl, c.kind == 'U' || c.kind == 'F' || c.kind == 'G');
+        EXPECT_EQ(parsed->protocol, c.protocol);
+        EXPECT_EQ(parsed->separator, parsed->isUrl ? L'/' : L'\\');
+        EXPECT_EQ(parsed->altSeparator, parsed->isUrl ? L'\\' : L'/');
+        EXPECT_EQ(parsed->Segments(), c.segments);
+        EXPECT_EQ(RootPath(*parsed), c.root);
+        EXPECT_EQ(RelativePath(*parsed), c.relative);
+        EXPECT_EQ(PlatformForm(*parsed, true), c.platformWide);
+        EXPECT_EQ(PlatformForm(*parsed, false), c.platformAnsi);
+    }
 }
 
-TEST(PathText, ParentFromPath) {
-    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
-        {L"C:\\dir\\file.txt", L"C:\\dir"},
-        {L"C:\\dir", L"C:"},
-        {L"C:\\", L"C"},            // a colon counts as a boundary
-        {L"C:", L"C:"},             // shorter than three characters
-        {L"ab", L"ab"},
-        {L"abc", L"abc"},           // no boundary
-        {L"ftp://host", L""},       // a URL host has no parent
-        {L"FTP://Host", L""},
-        {L"ftp://host/a", L"ftp://host"},
-        {L"ftp://host/", L""},
-        {L"\\\\srv\\share\\x", L"\\\\srv\\share"},
-        {L"  C:\\a\\b\\  ", L"C:\\a"},
-    };
-    for (const auto& [path, parent] : cases) EXPECT_EQ(ParentFromPath(path), parent) << path;
+TEST(ParsePath, TextThatIsNoPath) {
+    for (const wchar_t* text : {L"", L"   ", L"dir\\file", L"\\\\srv", L"//srv/sh", L"\\dir", L"1:\\x",
+                                L"{:\\x", L"@:", L"\\\\?\\", L"\\\\?\\UNC\\", L"C"}) {
+        EXPECT_FALSE(ParsePath(text).has_value()) << Narrow(text);
+    }
+    // Only one long-path prefix is removed.
+    EXPECT_EQ(ParsePath(L"\\\\?\\\\\\?\\UNC\\a\\b")->fullPath, L"\\\\?\\UNC\\a\\b");
 }
 
-TEST(PathText, NormalizePath) {
-    EXPECT_EQ(NormalizePath(L"ftp://h/a"), L"ftp://h/a/");
-    EXPECT_EQ(NormalizePath(L"C:\\a\\"), L"C:\\a\\");
-    EXPECT_EQ(NormalizePath(L"C:\\a/"), L"C:\\a/");
-    EXPECT_EQ(NormalizePath(L"C:\\a"), L"C:\\a\\");
-    EXPECT_EQ(NormalizePath(L""), L"\\");
+TEST(PathText, RootTestAndExtension) {
+    for (const wchar_t* relative : {L"", L"\\", L"/"}) EXPECT_TRUE(IsRootRelative(relative));
+    for (const wchar_t* relative : {L"\\a", L"//", L"a"}) EXPECT_FALSE(IsRootRelative(relative));
+    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+        {L"File.Txt", L".Txt"}, {L"noext", L""}, {L"archive.tar.gz", L".gz"}, {L".profile", L".profile"},
+        {L"trailing.", L"."},   {L"C:", L""},
+    };
+    for (const auto& [name, extension] : cases) EXPECT_EQ(ExtensionOf(name), extension) << Narrow(name);
+}
+
+TEST(PathText, JoinPath) {
+    struct Case {
+        const wchar_t* base;
+        wchar_t separator;
+        std::vector<std::wstring> elements;
+        const wchar_t* expected;
+    };
+    const Case cases[] = {
+        {L"C:\\Data\\", L'\\', {L"a/b", L"", L"  c  "}, L"C:\\Data\\a\\b\\c"},
+        {L"ftp://h/x", L'/', {L"y\\z"}, L"ftp://h/x/y/z"},
+        {L"ftp://h/x/", L'/', {L"/y//z/"}, L"ftp://h/x/y/z"},
+        {L"C:\\\\", L'\\', {L"a"}, L"C:\\\\a"},        // only one trailing separator is dropped
+        {L"C:\\Data\\", L'\\', {}, L"C:\\Data"},
+        {L"C:\\Data", L'\\', {L"\\\\x\\\\", L"   ", L"y z"}, L"C:\\Data\\x\\y z"},
+        {L"C:\\Data/", L'\\', {L"e"}, L"C:\\Data\\e"},  // the other separator counts too
+    };
+    for (const Case& c : cases) {
+        const wchar_t alt = c.separator == L'\\' ? L'/' : L'\\';
+        EXPECT_EQ(JoinPath(c.base, c.separator, alt, c.elements), c.expected) << Narrow(c.base);
+    }
+}
+
+TEST(PathText, NamesParentsAndNormalForms) {
+    struct Case {
+        const wchar_t* path;
+        const wchar_t* name;
+        const wchar_t* parent;
+        const wchar_t* normalized;
+    };
+    const Case cases[] = {
+        {L"C:\\dir\\file.txt", L"file.txt", L"C:\\dir", L"C:\\dir\\file.txt\\"},
+        {L"  C:\\a\\b\\  ", L"b\\", L"C:\\a", L"  C:\\a\\b\\  \\"},  // a last separator is no boundary
+        {L"C:\\dir", L"dir", L"C:", L"C:\\dir\\"},
+        {L"C:\\", L"\\", L"C", L"C:\\"},                      // a colon is a boundary
+        {L"C:", L"C:", L"C:", L"C:\\"},                          // shorter than three characters
+        {L"C:file", L"file", L"C", L"C:file\\"},
+        {L"C:\\a/", L"a/", L"C:", L"C:\\a/"},
+        {L"ftp://host/a/b", L"b", L"ftp://host/a", L"ftp://host/a/b/"},
+        {L"FTP://Host", L"Host", L"", L"FTP://Host/"},           // a URL host has no parent
+        {L"ftp://host/", L"host/", L"", L"ftp://host/"},
+        {L"\\\\srv\\share\\x", L"x", L"\\\\srv\\share", L"\\\\srv\\share\\x\\"},
+        {L"abc", L"abc", L"abc", L"abc\\"},                     // no boundary
+        {L"a/b\\c", L"c", L"a/b", L"a/b\\c\\"},
+        {L"", L"", L"", L"\\"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(Narrow(c.path));
+        EXPECT_EQ(NameFromPath(c.path), c.name);
+        EXPECT_EQ(ParentFromPath(c.path), c.parent);
+        EXPECT_EQ(NormalizePath(c.path), c.normalized);
+    }
 }
 
 }  // namespace

@@ -71,5 +71,30 @@ Variant DoubleValue(double value) {
     V_R8(result.Get()) = value;
     return result;
 }
+Variant DateValue(DATE value) {
+    Variant result;
+    V_VT(result.Get()) = VT_DATE;
+    V_DATE(result.Get()) = value;
+    return result;
+}
+Variant Missing() {
+    Variant result;
+    V_VT(result.Get()) = VT_ERROR;
+    V_ERROR(result.Get()) = DISP_E_PARAMNOTFOUND;
+    return result;
+}
+Variant ByReference(Variant& target) {
+    Variant result;
+    V_VT(result.Get()) = VT_BYREF | VT_VARIANT;
+    V_VARIANTREF(result.Get()) = target.Get();
+    return result;
+}
+
+bool OnDisk(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
+std::string Narrow(std::wstring_view text) {
+    std::string result;
+    for (wchar_t c : text) result += c < 128 ? static_cast<char>(c) : '?';
+    return result;
+}
 
 }  // namespace vofs::testing

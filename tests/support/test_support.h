@@ -7,7 +7,10 @@
 #include "common/thread_state.h"
 #include "common/variant.h"
 
+#include <gtest/gtest.h>
+
 #include <string>
+#include <string_view>
 
 namespace vofs::testing {
 
@@ -79,5 +82,33 @@ private:
 Variant LongValue(LONG value);
 Variant StringValue(const std::wstring& value);
 Variant DoubleValue(double value);
+Variant DateValue(DATE value);
+// An optional argument left out, as a script host passes it.
+Variant Missing();
+// A script variable passed to a member: a reference to the Variant that holds its value.
+Variant ByReference(Variant& target);
+
+// Whether the platform sees a file or folder at the path.
+bool OnDisk(const std::wstring& path);
+std::string Narrow(std::wstring_view text);
+
+// The text or value an interface member hands out through its last parameter, which must
+// succeed: TextOf(path, &_Path::get_Name), ValueOf<LONG>(path, &_Path::get_SegmentCount).
+template <class Object, class Member, class... Arguments>
+std::wstring TextOf(Object* object, Member member, Arguments... arguments) {
+    Bstr text;
+    EXPECT_EQ((object->*member)(arguments..., text.Receive()), S_OK);
+    return std::wstring(text.View());
+}
+template <class Value, class Object, class Member, class... Arguments>
+Value ValueOf(Object* object, Member member, Arguments... arguments) {
+    Value value{};
+    EXPECT_EQ((object->*member)(arguments..., &value), S_OK);
+    return value;
+}
+template <class Object, class Member>
+bool FlagOf(Object* object, Member member) {
+    return ValueOf<VARIANT_BOOL>(object, member) != VARIANT_FALSE;
+}
 
 }  // namespace vofs::testing
