@@ -74,16 +74,26 @@ TEST_F(FileSystemLibTest, FormatByteDisplay) {
     EXPECT_EQ(ByteDisplay(Variant::FromDecimal(DecimalFromUnsigned(1ULL << 41))), L"2 TB");
 }
 
-// The platform refuses to read the item itself: access denied, a paused share, or any
-// other failure. The parent's attributes then decide, or the failure is raised.
+// The seam's stand-ins: one path the platform refuses to read (with a chosen code),
+// everything there, a temp folder asked for with recorded buffer lengths, error modes.
 DWORD deniedError = 0;
 std::wstring deniedPath;
+std::vector<DWORD> asked;  // buffer lengths, error modes
+bool tempAnswers = true;
 DWORD WINAPI DenyOnePath(LPCWSTR path) {
-    if (deniedPath == path) {
-        SetLastError(deniedError);
-        return INVALID_FILE_ATTRIBUTES;
-    }
-    return GetFileAttributesW(path);
+    if (deniedPath != path) return GetFileAttributesW(path);
+    SetLastError(deniedError);
+    return INVALID_FILE_ATTRIBUTES;
+}
+DWORD WINAPI EverythingExists(LPCWSTR) { return FILE_ATTRIBUTE_NORMAL; }
+DWORD WINAPI RecordingTempPath(DWORD length, LPWSTR buffer) {
+    asked.push_back(length);
+    if (length) wcsncpy(buffer, L"C:\\temp\\here\\", length);
+    return length == 0 || tempAnswers ? 13 : 0;
+}
+UINT WINAPI RecordingSetErrorMode(UINT mode) {
+    asked.push_back(mode);
+    return 0x8001;
 }
 
 TEST_F(FileSystemLibTest, UnreadableItemsAnswerFromTheirParentOrRaise) {
@@ -97,85 +107,46 @@ TEST_F(FileSystemLibTest, UnreadableItemsAnswerFromTheirParentOrRaise) {
             << "the parent's attributes are a folder's";
     }
     deniedPath = scratch / L"missing-parent\\locked";
-    deniedError = ERROR_ACCESS_DENIED;
     EXPECT_FALSE(Exists(deniedPath)) << "the parent cannot be read either";
-
     deniedError = ERROR_INVALID_NAME;
-    Bstr path(deniedPath);
-    Variant strict = Variant::FromBool(false);
     VARIANT_BOOL result;
-    const ErrorRecord error = TakeError(library_->FileExists(path.Get(), strict.Get(), &result));
+    const ErrorRecord error = TakeError(library_->FileExists(Bstr(deniedPath).Get(), Missing().Get(), &result));
     EXPECT_EQ(error.number, System(ERROR_INVALID_NAME));
-    EXPECT_EQ(error.source, L"MFileSystemLib");
-    EXPECT_EQ(error.description, vofs::SystemErrorText(ERROR_INVALID_NAME));
+    EXPECT_EQ(error.source + L"|" + error.description, L"MFileSystemLib|" + vofs::SystemErrorText(ERROR_INVALID_NAME));
 }
 
-DWORD WINAPI EverythingExists(LPCWSTR) { return FILE_ATTRIBUTE_NORMAL; }
-
-TEST_F(FileSystemLibTest, UniqueTempNameGivesUpAfter9999) {
-    ApiOverride<&PlatformApi::GetFileAttributesW> fake(&EverythingExists);
-    Bstr seed(L"x"), extension, folder(L"C:\\"), output;
-    const ErrorRecord error =
-        TakeError(library_->GetUniqueTempName(seed.Get(), extension.Get(), folder.Get(), output.Receive()));
-    EXPECT_EQ(error.number, RunTime(5));
-    EXPECT_EQ(error.source, L"FileSystemLib");
-    EXPECT_EQ(error.description, L"Could not get temporary file name.");
-}
-
-std::vector<DWORD> tempLengths;
-DWORD tempAnswer = 0;
-DWORD WINAPI RecordingTempPath(DWORD length, LPWSTR buffer) {
-    tempLengths.push_back(length);
-    if (length == 0) return 13;
-    if (tempAnswer == 0) return 0;
-    wcsncpy(buffer, L"C:\\temp\\here\\", length);
-    return 13;
-}
-
-TEST_F(FileSystemLibTest, TempFolderBufferFollowsTheStoredSettingAndFallsBackToTheHostFolder) {
+TEST_F(FileSystemLibTest, TempFoldersAndNames) {
     ApiOverride<&PlatformApi::GetTempPathW> fake(&RecordingTempPath);
-    tempAnswer = 1;
     for (long setting : {0L, 2L}) {
-        tempLengths.clear();
+        asked.clear();
         ASSERT_EQ(library_->put_WideCallSupport(static_cast<WideCallSupportOptions>(setting)), S_OK);
-        Bstr temp;
-        ASSERT_EQ(library_->GetTempFolderPath(temp.Receive()), S_OK);
-        EXPECT_EQ(temp.View(), L"C:\\temp\\here\\");
-        EXPECT_EQ(tempLengths, (std::vector<DWORD>{0, setting == 0 ? 13u : 26u})) << "setting " << setting;
+        EXPECT_EQ(TextOf(library_.Get(), &_FileSystemLib::GetTempFolderPath), L"C:\\temp\\here\\");
+        EXPECT_EQ(asked, (std::vector<DWORD>{0, setting == 0 ? 13u : 26u})) << "the buffer follows the stored setting";
     }
-    tempAnswer = 0;
-    Bstr temp;
-    ASSERT_EQ(library_->GetTempFolderPath(temp.Receive()), S_OK);
-    EXPECT_EQ(temp.View(), HostApplicationFolder());
-}
+    tempAnswers = false;
+    EXPECT_EQ(TextOf(library_.Get(), &_FileSystemLib::GetTempFolderPath), HostApplicationFolder());
+    tempAnswers = true;
 
-std::vector<UINT> modesSet;
-UINT WINAPI RecordingSetErrorMode(UINT mode) {
-    modesSet.push_back(mode);
-    return 0x8001;
+    ApiOverride<&PlatformApi::GetFileAttributesW> full(&EverythingExists);
+    Bstr output;
+    const ErrorRecord error =
+        TakeError(library_->GetUniqueTempName(Bstr(L"x").Get(), nullptr, Bstr(L"C:\\").Get(), output.Receive()));
+    EXPECT_EQ(error.number, RunTime(5)) << "no free name from ~0001 to ~9999";
+    EXPECT_EQ(error.source + L"|" + error.description, L"FileSystemLib|Could not get temporary file name.");
 }
 
 TEST_F(FileSystemLibTest, SetErrorModeMasksWritesBackAndReturnsThePreviousMode) {
     ApiOverride<&PlatformApi::SetErrorMode> fake(&RecordingSetErrorMode);
-    struct Case {
-        LONG given;
-        LONG passed;
-    };
-    const Case cases[] = {
-        {-1, static_cast<LONG>(0xFFFF8001)},
-        {0x7FFE, 0},
+    const std::pair<LONG, LONG> cases[] = {  // given, passed on and written back
+        {-1, static_cast<LONG>(0xFFFF8001)}, {0x7FFE, 0}, {1, 1}, {0x8003, 0x8001},
         {-32768, -32768},  // NoOpenFileErrorBox keeps the platform's open-file bit
-        {1, 1},
-        {0x8003, 0x8001},
     };
-    for (const Case& c : cases) {
-        modesSet.clear();
-        Variant value = Variant::FromLong(c.given);
-        ErrorModes previous;
-        ASSERT_EQ(library_->SetErrorMode(value.Get(), &previous), S_OK);
-        EXPECT_EQ(V_I4(value.Get()), c.passed) << c.given;
-        EXPECT_EQ(modesSet, std::vector<UINT>{static_cast<UINT>(c.passed)});
-        EXPECT_EQ(previous, 0x8001);
+    for (const auto& [given, passed] : cases) {
+        asked.clear();
+        Variant value = Variant::FromLong(given);
+        EXPECT_EQ(ValueOf<ErrorModes>(library_.Get(), &_FileSystemLib::SetErrorMode, value.Get()), 0x8001);
+        EXPECT_EQ(V_I4(value.Get()), passed) << given;
+        EXPECT_EQ(asked, std::vector<DWORD>{static_cast<DWORD>(passed)});
     }
     // A typed by-reference variable keeps its type.
     SHORT variable = -1;

@@ -4,8 +4,6 @@
 #include "frame/module.h"
 #include "support/test_support.h"
 
-#include <gtest/gtest.h>
-
 namespace vofs::testing {
 namespace {
 
@@ -38,70 +36,43 @@ TEST(ComObject, IdentityInterfacesOwnImplementationAndObjectCount) {
 }
 
 // The exported entry points of the built DLL, loaded as a COM runtime would load it.
-class ServerEntryPoints : public ::testing::Test {
-protected:
-    void SetUp() override {
-        dll_ = LoadLibraryW((ProgramFolder() + L"\\vofslib.dll").c_str());
-        ASSERT_NE(dll_, nullptr);
-        getClassObject_ = reinterpret_cast<decltype(getClassObject_)>(
-            reinterpret_cast<void*>(GetProcAddress(dll_, "DllGetClassObject")));
-        canUnloadNow_ = reinterpret_cast<decltype(canUnloadNow_)>(
-            reinterpret_cast<void*>(GetProcAddress(dll_, "DllCanUnloadNow")));
-        ASSERT_TRUE(getClassObject_ && canUnloadNow_);
-        ASSERT_TRUE(GetProcAddress(dll_, "DllRegisterServer") && GetProcAddress(dll_, "DllUnregisterServer") &&
-                    GetProcAddress(dll_, "DllInstall"));
-    }
-    void TearDown() override {
-        if (dll_) FreeLibrary(dll_);
-    }
+TEST(ServerEntryPoints, ClassObjectsCreationAndUnloading) {
+    HMODULE dll = LoadLibraryW((ProgramFolder() + L"\\vofslib.dll").c_str());
+    ASSERT_NE(dll, nullptr);
+    auto entry = [&](const char* name) { return reinterpret_cast<void*>(GetProcAddress(dll, name)); };
+    auto getClassObject = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(entry("DllGetClassObject"));
+    auto canUnloadNow = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(entry("DllCanUnloadNow"));
+    ASSERT_TRUE(getClassObject && canUnloadNow && entry("DllRegisterServer") && entry("DllUnregisterServer") &&
+                entry("DllInstall"));
 
-    HMODULE dll_ = nullptr;
-    HRESULT(STDAPICALLTYPE* getClassObject_)(REFCLSID, REFIID, void**) = nullptr;
-    HRESULT(STDAPICALLTYPE* canUnloadNow_)() = nullptr;
-};
-
-TEST_F(ServerEntryPoints, CanUnloadOnlyWhenEveryObjectAndLockIsGone) {
-    EXPECT_EQ(canUnloadNow_(), S_OK);
     ComPtr<IClassFactory> factory;
-    ASSERT_EQ(getClassObject_(CLSID_FileSystemLib, IID_PPV_ARGS(&factory)), S_OK);
-    EXPECT_EQ(canUnloadNow_(), S_FALSE) << "a held class object keeps the module";
+    ComPtr<IUnknown> outer, refused;
+    EXPECT_EQ(getClassObject(CLSID_Path, IID_PPV_ARGS(&factory)), CLASS_E_CLASSNOTAVAILABLE) << "not creatable";
+    EXPECT_EQ(getClassObject(IID_IUnknown, IID_PPV_ARGS(&factory)), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(canUnloadNow(), S_OK);
+    ASSERT_EQ(getClassObject(CLSID_FileSystemLib, IID_PPV_ARGS(&factory)), S_OK);
+    EXPECT_EQ(canUnloadNow(), S_FALSE) << "a held class object keeps the module";
+    factory.As(&outer);
+    EXPECT_EQ(factory->CreateInstance(outer.Get(), IID_PPV_ARGS(&refused)), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, reinterpret_cast<void**>(refused.GetAddressOf())),
+              E_NOINTERFACE);
+    outer.Reset();
 
-    ComPtr<IDispatch> object;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)), S_OK);
+    // A created object used as a client would, leaving an error behind, and a server lock.
+    ComPtr<_FileSystemLib> library;
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&library)), S_OK);
     factory->LockServer(TRUE);
     factory.Reset();
-    EXPECT_EQ(canUnloadNow_(), S_FALSE);
-
-    // Use the object as a client would, and leave an error behind on purpose.
-    ComPtr<_FileSystemLib> library;
-    ASSERT_EQ(object.As(&library), S_OK);
     Bstr temp;
     EXPECT_EQ(library->GetTempFolderPath(temp.Receive()), S_OK);
-    EXPECT_FALSE(temp.View().empty());
     EXPECT_TRUE(FAILED(library->put_WideCallSupport(static_cast<WideCallSupportOptions>(9))));
     library.Reset();
-    object.Reset();
-    EXPECT_EQ(canUnloadNow_(), S_FALSE) << "the server lock is still held";
-
-    ASSERT_EQ(getClassObject_(CLSID_FileSystemLib, IID_PPV_ARGS(&factory)), S_OK);
+    EXPECT_EQ(canUnloadNow(), S_FALSE) << "the server lock is still held";
+    ASSERT_EQ(getClassObject(CLSID_FileSystemLib, IID_PPV_ARGS(&factory)), S_OK);
     factory->LockServer(FALSE);
     factory.Reset();
-    EXPECT_EQ(canUnloadNow_(), S_OK);
-}
-
-TEST_F(ServerEntryPoints, RefusesClassesCallersCannotCreateAndAggregation) {
-    ComPtr<IClassFactory> factory;
-    EXPECT_EQ(getClassObject_(CLSID_Path, IID_PPV_ARGS(&factory)), CLASS_E_CLASSNOTAVAILABLE);
-    EXPECT_EQ(getClassObject_(IID_IUnknown, IID_PPV_ARGS(&factory)), CLASS_E_CLASSNOTAVAILABLE);
-    ASSERT_EQ(getClassObject_(CLSID_FileSystemLib, IID_PPV_ARGS(&factory)), S_OK);
-    ComPtr<IUnknown> outer, object;
-    factory.As(&outer);
-    EXPECT_EQ(factory->CreateInstance(outer.Get(), IID_PPV_ARGS(&object)), CLASS_E_NOAGGREGATION);
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, reinterpret_cast<void**>(object.GetAddressOf())),
-              E_NOINTERFACE);
-    factory.Reset();
-    outer.Reset();
-    EXPECT_EQ(canUnloadNow_(), S_OK) << "failed creations leave nothing alive";
+    EXPECT_EQ(canUnloadNow(), S_OK);
+    FreeLibrary(dll);
 }
 
 }  // namespace

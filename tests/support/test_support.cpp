@@ -28,6 +28,16 @@ void RemoveTree(const std::wstring& path) {
 
 }  // namespace
 
+ErrorRecord TakeError(HRESULT number) {
+    ComPtr<IErrorInfo> info;
+    Bstr source, description;
+    if (GetErrorInfo(0, &info) == S_OK && info) {
+        info->GetSource(source.Receive());
+        info->GetDescription(description.Receive());
+    }
+    return {number, std::wstring(source.View()), std::wstring(description.View())};
+}
+
 std::wstring ProgramFolder() {
     wchar_t path[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, path, MAX_PATH);
@@ -90,7 +100,6 @@ Variant ByReference(Variant& target) {
     return result;
 }
 
-bool OnDisk(const std::wstring& path) { return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 std::string Narrow(std::wstring_view text) {
     std::string result;
     for (wchar_t c : text) result += c < 128 ? static_cast<char>(c) : '?';

@@ -20,19 +20,7 @@ struct ErrorRecord {
     std::wstring source;
     std::wstring description;
 };
-
-inline ErrorRecord TakeError(HRESULT number) {
-    ErrorRecord record{number, {}, {}};
-    ComPtr<IErrorInfo> info;
-    if (GetErrorInfo(0, &info) == S_OK && info) {
-        Bstr source, description;
-        info->GetSource(source.Receive());
-        info->GetDescription(description.Receive());
-        record.source = source.View();
-        record.description = description.View();
-    }
-    return record;
-}
+ErrorRecord TakeError(HRESULT number);
 
 // The error an AutomationError-throwing library routine raised.
 template <class Call>
@@ -88,8 +76,6 @@ Variant Missing();
 // A script variable passed to a member: a reference to the Variant that holds its value.
 Variant ByReference(Variant& target);
 
-// Whether the platform sees a file or folder at the path.
-bool OnDisk(const std::wstring& path);
 std::string Narrow(std::wstring_view text);
 
 // The text or value an interface member hands out through its last parameter, which must
