@@ -101,8 +101,10 @@ for path in sys.argv[2:]:
     label = os.path.basename(path)[len("results-"):-len(".txt")]
     results = {}
     for line in open(path, encoding="utf-8"):
-        number, outcome = line.split("\t")[:2]
-        results[int(number)] = outcome
+        number, outcome, _, what = line.rstrip("\n").split("\t")
+        # A result counts for the mutant of that number only while its description is the same.
+        if int(number) <= len(descriptions) and descriptions[int(number) - 1].rstrip() == what:
+            results[int(number)] = outcome
     runs.append((label, results))
 print("  #  " + "".join(f"{label[:12]:<13}" for label, _ in runs) + "mutant")
 for number, what in enumerate(descriptions, start=1):
@@ -124,6 +126,10 @@ case "$mode" in
 esac
 
 table=$(mutant_table) || exit 1
+mkdir -p "$work"
+# The run applies the mutants as they were when it started, whatever happens to the list.
+cp "$mutants_file" "$work/mutants-running.txt"
+mutants_file=$work/mutants-running.txt
 label=worktree
 if [ -n "$tests_from" ]; then
   git rev-parse --verify --quiet "$tests_from^{commit}" >/dev/null || { echo "unknown revision $tests_from" >&2; exit 2; }
@@ -171,6 +177,11 @@ build() {  # LOG
 }
 run_tests() {  # LOG
   (cd "$tree" && timeout 900 ctest --preset x64 -j 2 --stop-on-failure -E "$exclude") >"$1" 2>&1
+  local status=$?
+  # A run stopped at its first failure skips the session's clean-up: end the session here.
+  WINEPREFIX="$tree/build/x64/wineprefix" WINELOADER=/usr/lib/wine/wine64 VOFS_ARCH=x64 \
+    "$tree/tests/support/wine_session.sh" stop </dev/null >/dev/null 2>&1
+  return $status
 }
 
 if [ ! -f "$tree/build/x64/build.ninja" ]; then
@@ -209,16 +220,17 @@ while IFS=$'\t' read -r number file what; do
   if [ -n "$only" ]; then
     grep -v "^$number	" "$results" 2>/dev/null > "$results.new"; mv "$results.new" "$results"
   fi
-  printf '%s\t%s\t%s\n' "$number" "$outcome" "$seconds" >> "$results"
+  printf '%s\t%s\t%s\t%s\n' "$number" "$outcome" "$seconds" "$what" >> "$results"
 done <<< "$table"
 sort -n -o "$results" "$results"
 
 # Leave the copy built as it stands, so that the next run starts from a clean build.
 build "$log_dir/final-build.log" >/dev/null 2>&1 || true
+mutants_file=tools/mutants.txt
 echo
 report
 if [ "$failures" -ne 0 ]; then
   echo "$failures mutant(s) not killed (logs in $log_dir)"
   exit 1
 fi
-echo "every mutant was killed"
+echo "every mutant of this run was killed"
