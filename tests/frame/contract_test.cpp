@@ -113,18 +113,27 @@ TEST_F(ContractTest, ClassesInterfacesAndDefaultMembers) {
     EXPECT_EQ(classes.count(L"Win32FileTime") + classes.count(L"Win32FindData"), 0u) << "the records stay private";
     EXPECT_EQ(AttributesOf(classes.at(L"FileSystemLib").Get()).second, L"{1DBBA3A2-A309-4112-BAD5-3312F231088A}");
     EXPECT_EQ(AttributesOf(classes.at(L"Volume").Get()).second, L"{D2016DEB-3809-4A46-9C56-643F51AD5286}");
+    // The abstract interfaces each class implements besides its own (the default one).
+    const std::map<std::wstring, std::wstring> also{
+        {L"Path", L" _IPath"}, {L"FolderItem", L" _IFolderItem"}, {L"FolderEnumerator", L" _IFolderEnumerator"},
+        {L"OpenFile", L" _IOpenFile"}, {L"FileStream", L" _IFileStream"}, {L"TextStream", L" _ITextStream"},
+        {L"FtpConnection", L" _IInternetStatus"}, {L"FtpFolderItem", L" _IFolderItem"},
+        {L"FtpFolderEnumerator", L" _IFolderEnumerator _IInternetStatus"},
+        {L"FtpFileStream", L" _IFileStream _IInternetStatus"}, {L"FtpOpenFile", L" _IOpenFile"}};
     for (const auto& [name, info] : classes) {
         const WORD flags = AttributesOf(info.Get()).first;
         EXPECT_EQ((flags & TYPEFLAG_FCANCREATE) != 0, creatable.count(name) == 1) << Narrow(name);
         EXPECT_EQ((flags & TYPEFLAG_FAPPOBJECT) != 0, name == L"FileSystemLib") << Narrow(name);
-        // The default interface is the class's own, named with a leading underscore.
+        std::wstring implemented;
         HREFTYPE reference = 0;
-        ComPtr<ITypeInfo> first;
-        INT implemented = 0;
-        info->GetRefTypeOfImplType(0, &reference);
-        info->GetRefTypeInfo(reference, &first);
-        info->GetImplTypeFlags(0, &implemented);
-        EXPECT_EQ(NameOf(first.Get()) + std::to_wstring(implemented & IMPLTYPEFLAG_FDEFAULT), L"_" + name + L"1");
+        INT implementedFlags = 0;
+        for (UINT k = 0; SUCCEEDED(info->GetRefTypeOfImplType(k, &reference)); ++k) {
+            ComPtr<ITypeInfo> interfaceInfo;
+            info->GetRefTypeInfo(reference, &interfaceInfo);
+            info->GetImplTypeFlags(k, &implementedFlags);
+            implemented += (k ? L" " : L"") + NameOf(interfaceInfo.Get()) + (k ? L"" : std::to_wstring(implementedFlags & IMPLTYPEFLAG_FDEFAULT));
+        }
+        EXPECT_EQ(implemented, L"_" + name + std::to_wstring(IMPLTYPEFLAG_FDEFAULT) + (also.count(name) ? also.at(name) : L""));
     }
 
     const std::map<std::wstring, std::wstring> defaults = {

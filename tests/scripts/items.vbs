@@ -79,6 +79,10 @@ lib.GetFolderItem(scratch & "\a").Delete
 CheckError "Delete of a folder with contents", &H80070091, "FolderItem", ""
 lib.GetFolderItem(scratch & "\gone.txt").Delete
 CheckError "Delete of a missing file", &H80070002, "FolderItem", ""
+MakeFile scratch & "\taken.txt", ""
+Set item = lib.GetFolderItem(scratch & "\renamed.txt")
+item.Name = "taken.txt"
+CheckError "renaming onto a name that is taken", &H800700B7, "FolderItem", ""
 Set item = lib.GetFolderItem("relative\path")
 CheckError "GetFolderItem of no path", 5, "Path", ""
 Set item = lib.GetFolderItem("C:\").Parent
