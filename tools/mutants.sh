@@ -175,12 +175,15 @@ rm -rf "$log_dir" && mkdir -p "$log_dir"
 build() {  # LOG
   cmake --build "$tree/build/x64" -j 2 --target vofslib vofslib_tests >"$1" 2>&1
 }
+end_session() {
+  WINEPREFIX="$tree/build/x64/wineprefix" WINELOADER=/usr/lib/wine/wine64 VOFS_ARCH=x64 \
+    "$tree/tests/support/wine_session.sh" stop </dev/null >/dev/null 2>&1
+}
 run_tests() {  # LOG
   (cd "$tree" && timeout 900 ctest --preset x64 -j 2 --stop-on-failure -E "$exclude") >"$1" 2>&1
   local status=$?
   # A run stopped at its first failure skips the session's clean-up: end the session here.
-  WINEPREFIX="$tree/build/x64/wineprefix" WINELOADER=/usr/lib/wine/wine64 VOFS_ARCH=x64 \
-    "$tree/tests/support/wine_session.sh" stop </dev/null >/dev/null 2>&1
+  end_session
   return $status
 }
 
@@ -226,6 +229,7 @@ sort -n -o "$results" "$results"
 
 # Leave the copy built as it stands, so that the next run starts from a clean build.
 build "$log_dir/final-build.log" >/dev/null 2>&1 || true
+end_session  # a test program still running when its run stopped may have started Wine again
 mutants_file=tools/mutants.txt
 echo
 report
