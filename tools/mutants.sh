@@ -24,7 +24,7 @@ set -uo pipefail
 root=$(git -C "$(dirname "$0")" rev-parse --show-toplevel)
 cd "$root"
 mutants_file=tools/mutants.txt
-work=build/mutants
+work=$root/build/mutants  # absolute: Wine takes no relative prefix
 tree=$work/tree
 exclude='^fuzz_|^cpp_browse_dialog$'
 tests_from=
@@ -175,13 +175,9 @@ rm -rf "$log_dir" && mkdir -p "$log_dir"
 build() {  # LOG
   cmake --build "$tree/build/x64" -j 2 --target vofslib vofslib_tests >"$1" 2>&1
 }
-end_session() {  # twice: a Wine program killed while it started may start a new server
-  local pass
-  for pass in 1 2; do
-    WINEPREFIX="$tree/build/x64/wineprefix" WINELOADER=/usr/lib/wine/wine64 VOFS_ARCH=x64 \
-      "$tree/tests/support/wine_session.sh" stop </dev/null >/dev/null 2>&1
-    sleep 1
-  done
+end_session() {
+  WINEPREFIX="$tree/build/x64/wineprefix" WINELOADER=/usr/lib/wine/wine64 VOFS_ARCH=x64 \
+    "$tree/tests/support/wine_session.sh" stop </dev/null >/dev/null 2>&1
 }
 run_tests() {  # LOG
   (cd "$tree" && timeout 900 ctest --preset x64 -j 2 --stop-on-failure -E "$exclude") >"$1" 2>&1
