@@ -58,9 +58,15 @@ bool IsMissing(const VARIANT& value) {
     return V_VT(&v) == VT_ERROR && V_ERROR(&v) == DISP_E_PARAMNOTFOUND;
 }
 
+bool IsMalformedDecimal(const VARIANT& value) {
+    return V_VT(&value) == VT_DECIMAL && (V_DECIMAL(&value).scale > 28 || (V_DECIMAL(&value).sign & 0x7F) != 0);
+}
+
 Variant ConvertTo(const VARIANT& value, VARTYPE type) {
+    const VARIANT& source = Deref(value);
+    if (IsMalformedDecimal(source)) CheckConversion(DISP_E_TYPEMISMATCH);
     Variant result;
-    CheckConversion(VariantChangeType(result.Get(), const_cast<VARIANT*>(&Deref(value)), 0, type));
+    CheckConversion(VariantChangeType(result.Get(), const_cast<VARIANT*>(&source), 0, type));
     return result;
 }
 

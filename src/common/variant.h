@@ -51,6 +51,11 @@ private:
 // The value a VARIANT stands for, following VT_BYREF | VT_VARIANT links.
 const VARIANT& Deref(const VARIANT& value);
 
+// True for a Decimal with a scale past 28 or stray sign bits: no number at all.
+// oleaut32's conversions are not safe on one (Wine's read past their digit buffer), so
+// every conversion of a caller's value refuses it first.
+bool IsMalformedDecimal(const VARIANT& value);
+
 // True for an optional argument that the caller left out.
 bool IsMissing(const VARIANT& value);
 

@@ -24,6 +24,7 @@ bool PassDirectly(const VARIANT& argument, VARTYPE type, VARIANT& passed) {
 
 HRESULT CoerceScalar(const VARIANT& argument, VARTYPE type, VARIANT& passed, Variant& owned) {
     if (PassDirectly(argument, type, passed)) return S_OK;
+    if (IsMalformedDecimal(Deref(argument))) return DISP_E_TYPEMISMATCH;
     const HRESULT converted = VariantChangeType(owned.Get(), const_cast<VARIANT*>(&argument), 0, type);
     if (FAILED(converted)) return Refusal(converted);
     passed = *owned.Get();

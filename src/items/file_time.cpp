@@ -42,7 +42,9 @@ bool ReadLongProperty(IDispatch* object, const wchar_t* name, DWORD& value) {
                               nullptr))) {
         return false;
     }
-    if (FAILED(VariantChangeType(result.Get(), result.Get(), 0, VT_I4))) return false;
+    if (IsMalformedDecimal(*result.Get()) || FAILED(VariantChangeType(result.Get(), result.Get(), 0, VT_I4))) {
+        return false;
+    }
     value = static_cast<DWORD>(V_I4(result.Get()));
     return true;
 }

@@ -1,5 +1,6 @@
-// Late binding as script hosts use it: names, omitted optional arguments, in/out
-// arguments given as variables or literals, and errors through EXCEPINFO.
+// Late binding as script hosts use it, and as hostile callers abuse it: names, omitted
+// and named arguments, in/out arguments given as variables or literals, refusals with the
+// argument's position, errors through EXCEPINFO, and nothing kept after any call.
 
 #include "facade/file_system_lib.h"
 #include "support/test_support.h"
@@ -11,101 +12,163 @@
 namespace vofs::testing {
 namespace {
 
-class LateBinding : public ::testing::Test {
-protected:
-    void SetUp() override { FileSystemLib::Make().As(&object_); }
-
-    DISPID IdOf(const wchar_t* name) {
-        DISPID id = DISPID_UNKNOWN;
-        LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
-        EXPECT_EQ(object_->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id), S_OK) << "name lookup";
-        return id;
-    }
-
-    // Calls a method; arguments are given first to last (DISPPARAMS wants them reversed).
-    HRESULT Call(const wchar_t* name, std::vector<VARIANT> arguments, Variant& result, EXCEPINFO& exception,
-                 WORD flags = DISPATCH_METHOD) {
-        std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
-        DISPPARAMS params{reversed.data(), nullptr, static_cast<UINT>(reversed.size()), 0};
-        exception = EXCEPINFO{};
-        UINT argumentError = 0;
-        return object_->Invoke(IdOf(name), IID_NULL, LOCALE_USER_DEFAULT, flags, &params, result.Get(), &exception,
-                               &argumentError);
-    }
-
-    ComPtr<IDispatch> object_;
+struct Outcome {
+    HRESULT result;
+    UINT argumentError;
+    Variant value;
+    std::wstring source, description;
 };
 
-TEST_F(LateBinding, NamesAreFoundWhateverTheirCase) {
-    DISPID exact = IdOf(L"GetTempFolderPath");
-    DISPID mixed = IdOf(L"gettempFOLDERpath");
-    EXPECT_EQ(exact, mixed);
-    ComPtr<ITypeInfo> info;
-    ASSERT_EQ(object_->GetTypeInfo(0, LOCALE_USER_DEFAULT, &info), S_OK);
-    Bstr name;
-    info->GetDocumentation(MEMBERID_NIL, name.Receive(), nullptr, nullptr, nullptr);
-    EXPECT_EQ(name.View(), L"_FileSystemLib");
+DISPID IdOf(IDispatch* object, const wchar_t* name) {
+    DISPID id = DISPID_UNKNOWN;
+    LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
+    object->GetIDsOfNames(IID_NULL, names, 1, LOCALE_USER_DEFAULT, &id);
+    return id;
 }
 
-TEST_F(LateBinding, OmittedOptionalArgumentsTakeTheirDefaults) {
-    Variant result;
-    EXCEPINFO exception;
-    ASSERT_EQ(Call(L"GetUniqueTempName", {}, result, exception), S_OK);
-    const std::wstring name = ToString(*result.Get());
-    EXPECT_EQ(name.substr(name.size() - 4), L".tmp");
-    EXPECT_NE(name.find(L"~0"), std::wstring::npos);
-}
-
-TEST_F(LateBinding, InOutArgumentTakesAVariableOrALiteral) {
-    // A variable arrives by reference and sees the value written back.
-    Variant variable = Variant::FromLong(-1);
-    VARIANT reference;
-    V_VT(&reference) = VT_BYREF | VT_VARIANT;
-    V_VARIANTREF(&reference) = variable.Get();
-    Variant result;
-    EXCEPINFO exception;
-    ASSERT_EQ(Call(L"SetErrorMode", {reference}, result, exception), S_OK);
-    EXPECT_EQ(V_VT(variable.Get()), VT_I4);
-    EXPECT_EQ(V_I4(variable.Get()), static_cast<LONG>(0xFFFF8001));
-
-    // A literal arrives by value and works as well.
-    Variant literal = Variant::FromLong(0);
-    Variant previous;
-    ASSERT_EQ(Call(L"SetErrorMode", {*literal.Get()}, previous, exception), S_OK);
-    EXPECT_EQ(ToLong(*previous.Get()), static_cast<LONG>(0xFFFF8001));
-    EXPECT_EQ(V_I4(literal.Get()), 0) << "the caller's literal is not touched";
-}
-
-TEST_F(LateBinding, StrictGivenByReferenceIsRead) {
-    Variant strict = Variant::FromBool(true);
-    VARIANT reference;
-    V_VT(&reference) = VT_BYREF | VT_VARIANT;
-    V_VARIANTREF(&reference) = strict.Get();
-    Variant folder = Variant::FromString(ProgramFolder());
-    Variant result;
-    EXCEPINFO exception;
-    ASSERT_EQ(Call(L"FileExists", {*folder.Get(), reference}, result, exception), S_OK);
-    EXPECT_EQ(V_BOOL(result.Get()), VARIANT_FALSE) << "a folder is not a file when strict";
-    ASSERT_EQ(Call(L"FileExists", {*folder.Get()}, result, exception), S_OK);
-    EXPECT_EQ(V_BOOL(result.Get()), VARIANT_TRUE);
-}
-
-TEST_F(LateBinding, ErrorsArriveThroughExcepinfo) {
-    Variant value = Variant::FromLong(9);
-    VARIANT arguments[] = {*value.Get()};
-    DISPID named = DISPID_PROPERTYPUT;
-    DISPPARAMS params{arguments, &named, 1, 1};
+// Calls a member by name with arguments given first to last (by reference where asked);
+// `named` names the leading arguments' parameter positions.
+Outcome Call(IDispatch* object, const wchar_t* name, std::vector<VARIANT> arguments, WORD flags = DISPATCH_METHOD,
+             std::vector<DISPID> named = {}) {
+    std::vector<VARIANT> reversed(arguments.rbegin(), arguments.rend());
+    std::vector<DISPID> names(named.rbegin(), named.rend());
+    DISPPARAMS params{reversed.data(), names.data(), static_cast<UINT>(reversed.size()), static_cast<UINT>(names.size())};
     EXCEPINFO exception{};
-    UINT argumentError = 0;
-    const HRESULT result = object_->Invoke(IdOf(L"WideCallSupport"), IID_NULL, LOCALE_USER_DEFAULT,
-                                           DISPATCH_PROPERTYPUT, &params, nullptr, &exception, &argumentError);
-    ASSERT_EQ(result, DISP_E_EXCEPTION);
-    EXPECT_EQ(exception.scode, RunTime(5));
-    EXPECT_EQ(Bstr::View(exception.bstrSource), L"FileSystemLib");
-    EXPECT_EQ(Bstr::View(exception.bstrDescription), L"Invalid procedure call or argument");
-    SysFreeString(exception.bstrSource);
-    SysFreeString(exception.bstrDescription);
-    SysFreeString(exception.bstrHelpFile);
+    Outcome outcome{S_OK, ~0u, {}, {}, {}};
+    outcome.result = object->Invoke(IdOf(object, name), IID_NULL, LOCALE_USER_DEFAULT, flags, &params,
+                                    outcome.value.Get(), &exception, &outcome.argumentError);
+    outcome.source = Bstr::View(exception.bstrSource);
+    outcome.description = Bstr::View(exception.bstrDescription);
+    if (exception.scode) outcome.result = exception.scode;
+    for (BSTR text : {exception.bstrSource, exception.bstrDescription, exception.bstrHelpFile}) SysFreeString(text);
+    return outcome;
+}
+
+VARIANT Date(double value) {
+    VARIANT date{};
+    V_VT(&date) = VT_DATE, V_DATE(&date) = value;
+    return date;
+}
+
+VARIANT MalformedDecimal() {
+    VARIANT number{};
+    V_DECIMAL(&number).scale = 40;  // a scale above 28
+    V_VT(&number) = VT_DECIMAL;
+    return number;
+}
+
+VARIANT Object(IDispatch* object) {
+    VARIANT value{};
+    V_VT(&value) = VT_DISPATCH, V_DISPATCH(&value) = object;  // borrowed
+    return value;
+}
+
+VARIANT Reference(Variant& target) {
+    VARIANT value{};
+    V_VT(&value) = VT_BYREF | VT_VARIANT, V_VARIANTREF(&value) = target.Get();
+    return value;
+}
+
+class LateBinding : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileSystemLib::Make().As(&lib_);
+        volumes_.Attach(V_DISPATCH(Call(lib_.Get(), L"Volumes", {}, DISPATCH_PROPERTYGET).value.Get()));
+        volumes_->AddRef();
+    }
+    // A string argument, kept until the test ends.
+    VARIANT Text(const std::wstring& text) { return *texts_.emplace_back(Variant::FromString(text)).Get(); }
+
+    ComPtr<IDispatch> lib_, volumes_;
+    std::vector<Variant> texts_;
+};
+
+TEST_F(LateBinding, NamesAndParameterNamesAreFoundWhateverTheirCase) {
+    EXPECT_EQ(IdOf(lib_.Get(), L"GetTempFolderPath"), IdOf(lib_.Get(), L"gettempFOLDERpath"));
+    EXPECT_EQ(IdOf(lib_.Get(), L"NoSuchMember"), DISPID_UNKNOWN);
+    LPOLESTR names[] = {const_cast<LPOLESTR>(L"fileexists"), const_cast<LPOLESTR>(L"STRICT")};
+    DISPID ids[2];
+    ASSERT_EQ(lib_->GetIDsOfNames(IID_NULL, names, 2, LOCALE_USER_DEFAULT, ids), S_OK);
+    EXPECT_EQ(ids[1], 1);
+}
+
+TEST_F(LateBinding, ArgumentsBindByPositionNameDefaultOrReference) {
+    const std::wstring name = ToString(*Call(lib_.Get(), L"GetUniqueTempName", {}).value.Get());
+    EXPECT_EQ(name.substr(name.size() - 4), L".tmp") << "omitted arguments take their defaults";
+
+    const std::wstring folder = ProgramFolder();
+    Variant strict = Variant::FromBool(true);
+    auto named = Call(lib_.Get(), L"FileExists", {Reference(strict), Text(folder)}, DISPATCH_METHOD, {1, 0});
+    EXPECT_EQ(V_BOOL(named.value.Get()), VARIANT_FALSE) << "named, and strict read through its reference";
+    EXPECT_EQ(V_BOOL(Call(lib_.Get(), L"FileExists", {Text(folder)}).value.Get()), VARIANT_TRUE);
+
+    Variant mode = Variant::FromLong(-1);  // a variable sees the value written back, a literal does not change
+    Call(lib_.Get(), L"SetErrorMode", {Reference(mode)});
+    EXPECT_EQ(V_I4(mode.Get()), static_cast<LONG>(0xFFFF8001));
+    Variant literal = Variant::FromLong(0);
+    EXPECT_EQ(ToLong(*Call(lib_.Get(), L"SetErrorMode", {*literal.Get()}).value.Get()), static_cast<LONG>(0xFFFF8001));
+    EXPECT_EQ(V_I4(literal.Get()), 0);
+}
+
+TEST_F(LateBinding, RefusedCallsNameTheArgumentAndKeepNoReference) {
+    VARIANT nothing{}, volumes = Object(volumes_.Get());
+    V_VT(&nothing) = VT_ERROR, V_ERROR(&nothing) = DISP_E_PARAMNOTFOUND;
+    Variant malformed;
+    *malformed.Get() = MalformedDecimal();
+    struct Case {
+        IDispatch* object;
+        const wchar_t* member;
+        std::vector<VARIANT> arguments;
+        HRESULT expected;
+        UINT position;  // in rgvarg, which holds the last argument first
+    } cases[] = {
+        {volumes_.Get(), L"BindToVolume", {Date(1e10)}, DISP_E_TYPEMISMATCH, 0},
+        {lib_.Get(), L"FormatByteDisplay", {Text(L"1"), MalformedDecimal()}, DISP_E_TYPEMISMATCH, 0},
+        {lib_.Get(), L"FtpConnect", {Text(L"h"), nothing, nothing, MalformedDecimal(), nothing}, DISP_E_TYPEMISMATCH, 1},
+        {lib_.Get(), L"NameFromPath", {Reference(malformed)}, DISP_E_TYPEMISMATCH, 0},
+        {lib_.Get(), L"FtpConnect", {Text(L"h"), nothing, nothing, nothing, nothing, nothing, nothing, volumes},
+         DISP_E_TYPEMISMATCH, 0},
+        {lib_.Get(), L"GetPathObject", {}, DISP_E_PARAMNOTOPTIONAL, ~0u},
+        {lib_.Get(), L"GetPathObject", {nothing}, DISP_E_PARAMNOTOPTIONAL, ~0u},
+        {volumes_.Get(), L"Item", {volumes, Text(L"x")}, RunTime(91), ~0u},  // Item(volumes) is Nothing
+        {lib_.Get(), L"NormalizePath", {Text(L"a"), volumes}, DISP_E_BADPARAMCOUNT, ~0u},
+    };
+    volumes_->AddRef();
+    const ULONG references = volumes_->Release();
+    for (const Case& c : cases) {
+        const Outcome outcome = Call(c.object, c.member, c.arguments, DISPATCH_METHOD | DISPATCH_PROPERTYGET);
+        EXPECT_EQ(outcome.result, c.expected) << c.member;
+        if (c.position != ~0u) {
+            EXPECT_EQ(outcome.argumentError, c.position) << c.member;
+        }
+    }
+    volumes_->AddRef();
+    EXPECT_EQ(volumes_->Release(), references) << "no argument is kept by a refused call";
+}
+
+TEST_F(LateBinding, ExtraArgumentsGoToTheResultsDefaultMember) {
+    VARIANT one{};
+    V_VT(&one) = VT_I4, V_I4(&one) = 1;
+    auto byPosition = Call(lib_.Get(), L"Volumes", {one}, DISPATCH_METHOD | DISPATCH_PROPERTYGET);
+    EXPECT_EQ(byPosition.result, S_OK);
+    EXPECT_EQ(byPosition.value.Type(), VT_DISPATCH);
+
+    auto ftp = Call(lib_.Get(), L"GetPathObject", {Text(L"ftp://host")});
+    auto parent = Call(V_DISPATCH(ftp.value.Get()), L"Parent", {one}, DISPATCH_METHOD | DISPATCH_PROPERTYGET);
+    EXPECT_EQ(parent.result, RunTime(91)) << "Nothing has no default member";
+    EXPECT_EQ(parent.description, L"Object variable not set");
+    EXPECT_EQ(parent.source, L"Path");
+    auto name = Call(V_DISPATCH(ftp.value.Get()), L"Name", {one}, DISPATCH_METHOD | DISPATCH_PROPERTYGET);
+    EXPECT_EQ(name.result, DISP_E_BADPARAMCOUNT) << "a text has no default member";
+}
+
+TEST_F(LateBinding, MemberErrorsArriveThroughExcepinfo) {
+    VARIANT nine{};
+    V_VT(&nine) = VT_I4, V_I4(&nine) = 9;
+    auto put = Call(lib_.Get(), L"WideCallSupport", {nine}, DISPATCH_PROPERTYPUT, {DISPID_PROPERTYPUT});
+    EXPECT_EQ(put.result, RunTime(5));
+    EXPECT_EQ(put.source, L"FileSystemLib");
+    EXPECT_EQ(put.description, L"Invalid procedure call or argument");
 }
 
 }  // namespace
