@@ -19,33 +19,16 @@ struct Answer {
     std::wstring selection;         // the label selected when the button was pressed
 };
 
-// The first visible window of a class in this process (a dialog), or a child of one.
-struct Search {
-    const wchar_t* className;
-    HWND found;
-};
-BOOL CALLBACK Test(HWND window, LPARAM data) {
-    auto* search = reinterpret_cast<Search*>(data);
+// The dialog this process shows, once it is visible.
+HWND ShownDialog() {
+    HWND dialog = FindWindowW(L"#32770", nullptr);
     DWORD process = 0;
-    wchar_t name[32] = {};
-    GetWindowThreadProcessId(window, &process);
-    GetClassNameW(window, name, 32);
-    if (process != GetCurrentProcessId() || !IsWindowVisible(window) || wcscmp(name, search->className)) return TRUE;
-    search->found = window;
-    return FALSE;
-}
-HWND Find(HWND parent, const wchar_t* className) {
-    Search search{className, nullptr};
-    if (parent) {
-        EnumChildWindows(parent, &Test, reinterpret_cast<LPARAM>(&search));
-    } else {
-        EnumWindows(&Test, reinterpret_cast<LPARAM>(&search));
-    }
-    return search.found;
+    GetWindowThreadProcessId(dialog, &process);
+    return dialog && IsWindowVisible(dialog) && process == GetCurrentProcessId() ? dialog : nullptr;
 }
 
 std::wstring SelectedLabel(HWND dialog) {
-    HWND tree = Find(dialog, WC_TREEVIEWW);
+    HWND tree = FindWindowExW(dialog, nullptr, WC_TREEVIEWW, nullptr);
     auto item = tree ? reinterpret_cast<HTREEITEM>(SendMessageW(tree, TVM_GETNEXTITEM, TVGN_CARET, 0)) : nullptr;
     wchar_t text[MAX_PATH] = {};
     TVITEMW request{TVIF_TEXT, item, 0, 0, text, MAX_PATH};
@@ -60,7 +43,7 @@ std::wstring SelectedLabel(HWND dialog) {
 DWORD WINAPI PressWhenShown(void* parameter) {
     auto* answer = static_cast<Answer*>(parameter);
     HWND dialog = nullptr;
-    for (int attempt = 0; attempt < 400 && !(dialog = Find(nullptr, L"#32770")); ++attempt) Sleep(50);
+    for (int attempt = 0; attempt < 400 && !(dialog = ShownDialog()); ++attempt) Sleep(50);
     if (!dialog) return 0;
     answer->found = true;
     Sleep(300);  // let the dialog finish its initialisation
