@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace vofs::path_text {
@@ -15,10 +16,10 @@ std::string Narrow(std::wstring_view text) { return std::string(text.begin(), te
 
 struct ParseCase {
     const wchar_t* input;
-    const wchar_t* fullPath;
+    const wchar_t* fullPath;  // null: the input itself
     char kind;  // 'L' drive, 'S' share, 'U' URL only, 'F' file URL drive, 'G' file URL share
     const wchar_t* protocol;
-    std::vector<std::wstring> segments;
+    const wchar_t* segments;  // joined with "|"
     const wchar_t* root;
     const wchar_t* relative;
     const wchar_t* platformWide;
@@ -26,37 +27,32 @@ struct ParseCase {
 };
 
 const ParseCase kParseCases[] = {
-    {L"  C:\\Dir\\File.Txt  ", L"C:\\Dir\\File.Txt", 'L', L"", {L"C:", L"Dir", L"File.Txt"}, L"C:\\",
-     L"\\Dir\\File.Txt", L"\\\\?\\C:\\Dir\\File.Txt", L"C:\\Dir\\File.Txt"},
-    {L"C:\\", L"C:\\", 'L', L"", {L"C:"}, L"C:\\", L"\\", L"\\\\?\\C:\\", L"C:\\"},
-    {L"C:", L"C:", 'L', L"", {L"C:"}, L"C:", L"\\", L"\\\\?\\C:\\", L"C:\\"},
-    {L"C:/a/b", L"C:/a/b", 'L', L"", {L"C:", L"a", L"b"}, L"C:/", L"\\a\\b", L"\\\\?\\C:\\a\\b", L"C:\\a\\b"},
-    {L"C:\\a\\\\b", L"C:\\a\\\\b", 'L', L"", {L"C:", L"a", L"", L"b"}, L"C:\\", L"\\a\\\\b",
-     L"\\\\?\\C:\\a\\\\b", L"C:\\a\\\\b"},
-    {L"C:\\dir\\", L"C:\\dir\\", 'L', L"", {L"C:", L"dir"}, L"C:\\", L"\\dir", L"\\\\?\\C:\\dir", L"C:\\dir"},
-    {L"C:\\dir\\\\", L"C:\\dir\\\\", 'L', L"", {L"C:", L"dir", L""}, L"C:\\", L"\\dir\\", L"\\\\?\\C:\\dir\\",
-     L"C:\\dir\\"},
-    {L"C:dir\\x", L"C:dir\\x", 'L', L"", {L"C:dir", L"x"}, L"C:dir\\", L"\\x", L"\\\\?\\C:dir\\x", L"C:dir\\x"},
-    {L"\\\\?\\c:\\x", L"c:\\x", 'L', L"", {L"c:", L"x"}, L"c:\\", L"\\x", L"\\\\?\\c:\\x", L"c:\\x"},
-    {L"\\\\?\\unc\\srv\\sh\\x", L"\\\\srv\\sh\\x", 'S', L"", {L"srv", L"sh", L"x"}, L"\\\\srv\\sh", L"\\x",
+    {L"  C:\\Dir\\File.Txt  ", L"C:\\Dir\\File.Txt", 'L', L"", L"C:|Dir|File.Txt", L"C:\\", L"\\Dir\\File.Txt",
+     L"\\\\?\\C:\\Dir\\File.Txt", L"C:\\Dir\\File.Txt"},
+    {L"C:\\", nullptr, 'L', L"", L"C:", L"C:\\", L"\\", L"\\\\?\\C:\\", L"C:\\"},
+    {L"C:", nullptr, 'L', L"", L"C:", L"C:", L"\\", L"\\\\?\\C:\\", L"C:\\"},
+    {L"C:/a/b", nullptr, 'L', L"", L"C:|a|b", L"C:/", L"\\a\\b", L"\\\\?\\C:\\a\\b", L"C:\\a\\b"},
+    {L"C:\\a\\\\b", nullptr, 'L', L"", L"C:|a||b", L"C:\\", L"\\a\\\\b", L"\\\\?\\C:\\a\\\\b", L"C:\\a\\\\b"},
+    {L"C:\\dir\\", nullptr, 'L', L"", L"C:|dir", L"C:\\", L"\\dir", L"\\\\?\\C:\\dir", L"C:\\dir"},
+    {L"C:\\dir\\\\", nullptr, 'L', L"", L"C:|dir|", L"C:\\", L"\\dir\\", L"\\\\?\\C:\\dir\\", L"C:\\dir\\"},
+    {L"C:dir\\x", nullptr, 'L', L"", L"C:dir|x", L"C:dir\\", L"\\x", L"\\\\?\\C:dir\\x", L"C:dir\\x"},
+    {L"\\\\?\\c:\\x", L"c:\\x", 'L', L"", L"c:|x", L"c:\\", L"\\x", L"\\\\?\\c:\\x", L"c:\\x"},
+    {L"\\\\?\\unc\\srv\\sh\\x", L"\\\\srv\\sh\\x", 'S', L"", L"srv|sh|x", L"\\\\srv\\sh", L"\\x",
      L"\\\\?\\UNC\\srv\\sh\\x", L"\\\\srv\\sh\\x"},
-    {L"\\\\srv\\", L"\\\\srv\\", 'S', L"", {L"srv"}, L"\\\\srv\\", L"\\", L"\\\\?\\UNC\\srv", L"\\\\srv"},
-    {L"\\\\srv\\share", L"\\\\srv\\share", 'S', L"", {L"srv", L"share"}, L"\\\\srv\\share", L"\\",
-     L"\\\\?\\UNC\\srv\\share", L"\\\\srv\\share"},
-    {L"\\\\srv\\share\\dir/f", L"\\\\srv\\share\\dir/f", 'S', L"", {L"srv", L"share", L"dir", L"f"},
-     L"\\\\srv\\share", L"\\dir\\f", L"\\\\?\\UNC\\srv\\share\\dir\\f", L"\\\\srv\\share\\dir\\f"},
-    {L"FTP://Host/x", L"FTP://Host/x", 'U', L"ftp", {L"Host", L"x"}, L"FTP://Host", L"/x", L"Host/x", L"Host/x"},
-    {L"ftp://h/dir", L"ftp://h/dir", 'U', L"ftp", {L"h", L"dir"}, L"ftp://h", L"/dir", L"h/dir", L"h/dir"},
-    {L"http://h/a\\b", L"http://h/a\\b", 'U', L"http", {L"h", L"a", L"b"}, L"http://h", L"/a/b", L"h/a/b",
-     L"h/a/b"},
-    {L"ftp://", L"ftp://", 'U', L"ftp", {}, L"ftp://", L"/", L"/", L"/"},
-    {L"file:///C:/a", L"file:///C:/a", 'F', L"file", {L"C:", L"a"}, L"file:///C:", L"/a", L"C:/a", L"C:/a"},
-    {L"file:///C:", L"file:///C:", 'F', L"file", {L"C:"}, L"file:///C:", L"/", L"C:/", L"C:/"},
-    {L"file://srv/sh/a", L"file://srv/sh/a", 'G', L"file", {L"srv", L"sh", L"a"}, L"file://srv", L"/a",
-     L"srv/sh/a", L"srv/sh/a"},
+    {L"\\\\srv\\", nullptr, 'S', L"", L"srv", L"\\\\srv\\", L"\\", L"\\\\?\\UNC\\srv", L"\\\\srv"},
+    {L"\\\\srv\\share", nullptr, 'S', L"", L"srv|share", L"\\\\srv\\share", L"\\", L"\\\\?\\UNC\\srv\\share",
+     L"\\\\srv\\share"},
+    {L"\\\\srv\\share\\dir/f", nullptr, 'S', L"", L"srv|share|dir|f", L"\\\\srv\\share", L"\\dir\\f",
+     L"\\\\?\\UNC\\srv\\share\\dir\\f", L"\\\\srv\\share\\dir\\f"},
+    {L"FTP://Host/x", nullptr, 'U', L"ftp", L"Host|x", L"FTP://Host", L"/x", L"Host/x", L"Host/x"},
+    {L"http://h/a\\b", nullptr, 'U', L"http", L"h|a|b", L"http://h", L"/a/b", L"h/a/b", L"h/a/b"},
+    {L"ftp://", nullptr, 'U', L"ftp", L"", L"ftp://", L"/", L"/", L"/"},
+    {L"file:///C:/a", nullptr, 'F', L"file", L"C:|a", L"file:///C:", L"/a", L"C:/a", L"C:/a"},
+    {L"file:///C:", nullptr, 'F', L"file", L"C:", L"file:///C:", L"/", L"C:/", L"C:/"},
+    {L"file://srv/sh/a", nullptr, 'G', L"file", L"srv|sh|a", L"file://srv", L"/a", L"srv/sh/a", L"srv/sh/a"},
     // the drive letter range runs from "A" to "z" in code order
-    {L"[:\\x", L"[:\\x", 'L', L"", {L"[:", L"x"}, L"[:\\", L"\\x", L"\\\\?\\[:\\x", L"[:\\x"},
-    {L"z:", L"z:", 'L', L"", {L"z:"}, L"z:", L"\\", L"\\\\?\\z:\\", L"z:\\"},
+    {L"[:\\x", nullptr, 'L', L"", L"[:|x", L"[:\\", L"\\x", L"\\\\?\\[:\\x", L"[:\\x"},
+    {L"z:", nullptr, 'L', L"", L"z:", L"z:", L"\\", L"\\\\?\\z:\\", L"z:\\"},
 };
 
 TEST(ParsePath, Table) {
@@ -64,14 +60,16 @@ TEST(ParsePath, Table) {
         SCOPED_TRACE(Narrow(c.input));
         const std::optional<ParsedPath> parsed = ParsePath(c.input);
         ASSERT_TRUE(parsed.has_value());
-        EXPECT_EQ(parsed->fullPath, c.fullPath);
+        EXPECT_EQ(parsed->fullPath, c.fullPath ? c.fullPath : c.input);
         EXPECT_EQ(parsed->isLogical, c.kind == 'L' || c.kind == 'F');
         EXPECT_EQ(parsed->isNetShare, c.kind == 'S' || c.kind == 'G');
         EXPECT_EQ(parsed->isUrl, c.kind == 'U' || c.kind == 'F' || c.kind == 'G');
         EXPECT_EQ(parsed->protocol, c.protocol);
         EXPECT_EQ(parsed->separator, parsed->isUrl ? L'/' : L'\\');
         EXPECT_EQ(parsed->altSeparator, parsed->isUrl ? L'\\' : L'/');
-        EXPECT_EQ(parsed->Segments(), c.segments);
+        std::wstring segments;
+        for (const std::wstring& segment : parsed->Segments()) segments += L"|" + segment;
+        EXPECT_EQ(segments.erase(0, 1), c.segments);
         EXPECT_EQ(RootPath(*parsed), c.root);
         EXPECT_EQ(RelativePath(*parsed), c.relative);
         EXPECT_EQ(PlatformForm(*parsed, true), c.platformWide);
@@ -99,13 +97,7 @@ TEST(PathText, RootTestAndExtension) {
 }
 
 TEST(PathText, JoinPath) {
-    struct Case {
-        const wchar_t* base;
-        wchar_t separator;
-        std::vector<std::wstring> elements;
-        const wchar_t* expected;
-    };
-    const Case cases[] = {
+    const std::tuple<const wchar_t*, wchar_t, std::vector<std::wstring>, const wchar_t*> cases[] = {
         {L"C:\\Data\\", L'\\', {L"a/b", L"", L"  c  "}, L"C:\\Data\\a\\b\\c"},
         {L"ftp://h/x", L'/', {L"y\\z"}, L"ftp://h/x/y/z"},
         {L"ftp://h/x/", L'/', {L"/y//z/"}, L"ftp://h/x/y/z"},
@@ -114,20 +106,14 @@ TEST(PathText, JoinPath) {
         {L"C:\\Data", L'\\', {L"\\\\x\\\\", L"   ", L"y z"}, L"C:\\Data\\x\\y z"},
         {L"C:\\Data/", L'\\', {L"e"}, L"C:\\Data\\e"},  // the other separator counts too
     };
-    for (const Case& c : cases) {
-        const wchar_t alt = c.separator == L'\\' ? L'/' : L'\\';
-        EXPECT_EQ(JoinPath(c.base, c.separator, alt, c.elements), c.expected) << Narrow(c.base);
+    for (const auto& [base, separator, elements, expected] : cases) {
+        EXPECT_EQ(JoinPath(base, separator, separator == L'\\' ? L'/' : L'\\', elements), expected) << Narrow(base);
     }
 }
 
 TEST(PathText, NamesParentsAndNormalForms) {
-    struct Case {
-        const wchar_t* path;
-        const wchar_t* name;
-        const wchar_t* parent;
-        const wchar_t* normalized;
-    };
-    const Case cases[] = {
+    const std::tuple<const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*> cases[] = {
+        // path, name, parent, normalized
         {L"C:\\dir\\file.txt", L"file.txt", L"C:\\dir", L"C:\\dir\\file.txt\\"},
         {L"  C:\\a\\b\\  ", L"b\\", L"C:\\a", L"  C:\\a\\b\\  \\"},  // a last separator is no boundary
         {L"C:\\dir", L"dir", L"C:", L"C:\\dir\\"},
@@ -143,11 +129,9 @@ TEST(PathText, NamesParentsAndNormalForms) {
         {L"a/b\\c", L"c", L"a/b", L"a/b\\c\\"},
         {L"", L"", L"", L"\\"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(Narrow(c.path));
-        EXPECT_EQ(NameFromPath(c.path), c.name);
-        EXPECT_EQ(ParentFromPath(c.path), c.parent);
-        EXPECT_EQ(NormalizePath(c.path), c.normalized);
+    for (const auto& [path, name, parent, normalized] : cases) {
+        EXPECT_EQ(NameFromPath(path) + L"|" + ParentFromPath(path) + L"|" + NormalizePath(path),
+                  std::wstring(name) + L"|" + parent + L"|" + normalized) << Narrow(path);
     }
 }
 
