@@ -15,27 +15,14 @@
 namespace vofs::testing {
 namespace {
 
-// A Decimal of scale 0 and positive sign holding exactly `value`.
-void ExpectPreciseDecimal(const Variant& result, uint64_t value) {
-    ASSERT_EQ(result.Type(), VT_DECIMAL);
-    const DECIMAL& number = V_DECIMAL(result.Get());
-    EXPECT_EQ(number.scale + number.sign + number.Hi32, 0u);
-    EXPECT_EQ(JoinWords(number.Mid32, number.Lo32), value);
-}
-
 TEST(LargeValues, SizesAreLongsUntilTheHighWordIsUsedAndPreciseValuesAreDecimals) {
-    const uint64_t values[] = {0, 5, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x100000000, 5ULL << 32 | 7,
-                               0x8000000000000000, UINT64_MAX};
-    for (uint64_t value : values) {
-        SCOPED_TRACE(value);
-        ExpectPreciseDecimal(PreciseValue(value), value);
+    for (uint64_t value : {0ULL, 5ULL, 0x7FFFFFFFULL, 0x80000000ULL, 0xFFFFFFFFULL, 0x100000000ULL, 5ULL << 32 | 7,
+                           0x8000000000000000ULL, UINT64_MAX}) {
+        EXPECT_EQ(PreciseOf(PreciseValue(value)), value);
         const Variant size = SizeValue(value);
-        if (value >> 32) {
-            ExpectPreciseDecimal(size, value);
-        } else {
-            ASSERT_EQ(size.Type(), VT_I4);  // from 2^31 on, negative
-            EXPECT_EQ(V_I4(size.Get()), static_cast<LONG>(static_cast<uint32_t>(value)));
-        }
+        EXPECT_EQ(size.Type(), value >> 32 ? VT_DECIMAL : VT_I4) << value;
+        // From 2^31 on, the Long is negative.
+        EXPECT_EQ(value >> 32 ? PreciseOf(size) : static_cast<uint32_t>(V_I4(size.Get())), value);
     }
 }
 
@@ -45,22 +32,17 @@ TEST(LargeValues, PositionsComeFromLongsDecimalsAndOtherNumbers) {
     DECIMAL negative = DecimalFromUnsigned(1ULL << 40);
     negative.sign = DECIMAL_NEG;
     Variant target = Variant::FromDecimal(DecimalFromUnsigned(1ULL << 33));
-    struct Case {
-        const char* name;
-        Variant value;
-        int64_t expected;
+    const std::pair<Variant, int64_t> cases[] = {
+        {LongValue(-5), -5},
+        {Variant::FromDecimal(DecimalFromUnsigned((1ULL << 40) + 7)), (1LL << 40) + 7},
+        {Variant::FromDecimal(negative), -(1LL << 40)},
+        {Variant::FromDecimal(fraction), 2},  // half to even
+        {DoubleValue(6442450944.0), 6442450944LL},
+        {StringValue(L"12"), 12},
+        {Variant(), 0},
+        {ByReference(target), 1LL << 33},  // a variable passed by reference
     };
-    Case cases[] = {
-        {"Long", LongValue(-5), -5},
-        {"Decimal above 2^32", Variant::FromDecimal(DecimalFromUnsigned((1ULL << 40) + 7)), (1LL << 40) + 7},
-        {"negative Decimal", Variant::FromDecimal(negative), -(1LL << 40)},
-        {"Decimal fraction, half to even", Variant::FromDecimal(fraction), 2},
-        {"Double", DoubleValue(6442450944.0), 6442450944LL},
-        {"numeric text", StringValue(L"12"), 12},
-        {"Empty", Variant(), 0},
-        {"variable passed by reference", ByReference(target), 1LL << 33},
-    };
-    for (Case& c : cases) EXPECT_EQ(LargeValueFrom(*c.value.Get()), c.expected) << c.name;
+    for (const auto& [value, expected] : cases) EXPECT_EQ(LargeValueFrom(*value.Get()), expected) << expected;
     const Variant tooLarge = Variant::FromDecimal(DecimalFromUnsigned(UINT64_MAX));
     EXPECT_EQ(CaughtError([&] { LargeValueFrom(*tooLarge.Get()); }).number, RunTime(6));
     EXPECT_EQ(CaughtError([&] { LargeValueFrom(*StringValue(L"far").Get()); }).number, RunTime(13));

@@ -87,6 +87,11 @@ Variant DateValue(DATE value) {
     V_DATE(result.Get()) = value;
     return result;
 }
+Variant NullValue() {
+    Variant result;
+    V_VT(result.Get()) = VT_NULL;
+    return result;
+}
 Variant Missing() {
     Variant result;
     V_VT(result.Get()) = VT_ERROR;
@@ -104,6 +109,13 @@ std::string Narrow(std::wstring_view text) {
     std::string result;
     for (wchar_t c : text) result += c < 128 ? static_cast<char>(c) : '?';
     return result;
+}
+
+uint64_t PreciseOf(const Variant& value) {
+    EXPECT_EQ(value.Type(), VT_DECIMAL);
+    const DECIMAL& number = V_DECIMAL(value.Get());
+    EXPECT_EQ(number.scale + number.sign + number.Hi32, 0u);
+    return uint64_t{number.Mid32} << 32 | number.Lo32;
 }
 
 }  // namespace vofs::testing

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -71,12 +72,16 @@ Variant LongValue(LONG value);
 Variant StringValue(const std::wstring& value);
 Variant DoubleValue(double value);
 Variant DateValue(DATE value);
+Variant NullValue();
 // An optional argument left out, as a script host passes it.
 Variant Missing();
 // A script variable passed to a member: a reference to the Variant that holds its value.
 Variant ByReference(Variant& target);
 
 std::string Narrow(std::wstring_view text);
+
+// The value of an unsigned Decimal of scale 0, the shape precise values and large sizes take.
+uint64_t PreciseOf(const Variant& value);
 
 // The text or value an interface member hands out through its last parameter, which must
 // succeed: TextOf(path, &_Path::get_Name), ValueOf<LONG>(path, &_Path::get_SegmentCount).
