@@ -1,32 +1,9 @@
 #include "support/test_support.h"
 
 #include <atomic>
+#include <filesystem>
 
 namespace vofs::testing {
-namespace {
-
-void RemoveTree(const std::wstring& path) {
-    WIN32_FIND_DATAW entry;
-    HANDLE search = FindFirstFileW((path + L"\\*").c_str(), &entry);
-    if (search != INVALID_HANDLE_VALUE) {
-        do {
-            const std::wstring name = entry.cFileName;
-            if (name == L"." || name == L"..") continue;
-            const std::wstring child = path + L"\\" + name;
-            SetFileAttributesW(child.c_str(), FILE_ATTRIBUTE_NORMAL);
-            if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-                RemoveTree(child);
-            } else {
-                DeleteFileW(child.c_str());
-            }
-        } while (FindNextFileW(search, &entry));
-        FindClose(search);
-    }
-    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-    RemoveDirectoryW(path.c_str());
-}
-
-}  // namespace
 
 ErrorRecord TakeError(HRESULT number) {
     ComPtr<IErrorInfo> info;
@@ -36,6 +13,13 @@ ErrorRecord TakeError(HRESULT number) {
         info->GetDescription(description.Receive());
     }
     return {number, std::wstring(source.View()), std::wstring(description.View())};
+}
+
+std::wstring TypeNameOf(IDispatch* object) {
+    ComPtr<ITypeInfo> info;
+    Bstr name;
+    if (object->GetTypeInfo(0, 0, &info) == S_OK) info->GetDocumentation(MEMBERID_NIL, name.Receive(), nullptr, nullptr, nullptr);
+    return std::wstring(name.View());
 }
 
 std::wstring ProgramFolder() {
@@ -50,11 +34,15 @@ ScratchFolder::ScratchFolder() {
     wchar_t temp[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, temp);
     path_ = std::wstring(temp) + L"vofs-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++counter);
-    RemoveTree(path_);
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
     CreateDirectoryW(path_.c_str(), nullptr);
 }
 
-ScratchFolder::~ScratchFolder() { RemoveTree(path_); }
+ScratchFolder::~ScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
 
 std::wstring ScratchFolder::WriteFile(const std::wstring& name, const std::string& content) const {
     const std::wstring path = *this / name;
@@ -85,6 +73,11 @@ Variant DateValue(DATE value) {
     Variant result;
     V_VT(result.Get()) = VT_DATE;
     V_DATE(result.Get()) = value;
+    return result;
+}
+Variant Coerced(const Variant& value, VARTYPE type) {
+    Variant result;
+    EXPECT_EQ(VariantChangeType(result.Get(), const_cast<VARIANT*>(value.Get()), 0, type), S_OK);
     return result;
 }
 Variant NullValue() {

@@ -37,6 +37,9 @@ ErrorRecord CaughtError(Call call) {
 inline constexpr HRESULT RunTime(long number) { return static_cast<HRESULT>(0x800A0000UL | number); }
 inline constexpr HRESULT System(long code) { return static_cast<HRESULT>(0x80070000UL + code); }
 
+// The type name a script host shows for an object (TypeName): its type information's name.
+std::wstring TypeNameOf(IDispatch* object);
+
 // The folder of the running test program (the DLL is built next to it).
 std::wstring ProgramFolder();
 
@@ -73,6 +76,8 @@ Variant StringValue(const std::wstring& value);
 Variant DoubleValue(double value);
 Variant DateValue(DATE value);
 Variant NullValue();
+// The value converted as oleaut32 converts it (VariantChangeType).
+Variant Coerced(const Variant& value, VARTYPE type);
 // An optional argument left out, as a script host passes it.
 Variant Missing();
 // A script variable passed to a member: a reference to the Variant that holds its value.
