@@ -27,9 +27,8 @@ MakeFile scratch & "\Report 2026.TXT", "twelve bytes"
 Set item = lib.GetFolderItem(scratch & "\report 2026.txt")
 Check "default member is Name, spelled as on disk", item, "Report 2026.TXT"
 Check "Exists, IsFolder, PathIsRoot, Cached", item.Exists & item.IsFolder & item.PathIsRoot & item.Cached, "TrueFalseFalseTrue"
-CheckType "Size is a Decimal", item.Size, "Decimal"
+Check "Size and PreciseLastWriteTime are Decimals", TypeName(item.Size) & TypeName(item.PreciseLastWriteTime), "DecimalDecimal"
 Check "Size", item.Size, 12
-CheckType "PreciseLastWriteTime is a Decimal", item.PreciseLastWriteTime, "Decimal"
 Check "CreationTime reads the last-write time", item.CreationTime, item.LastWriteTime
 Check "Path", item.Path.FullPath, scratch & "\report 2026.txt"
 Set x = item.Parent

@@ -1,8 +1,7 @@
 ' Checks for script clients. Each failed check prints a line starting with FAIL; Done
-' prints the verdict the test runner looks for.
+' prints the verdict the test runner looks for. (The counters start Empty, which counts
+' as 0.)
 Dim gChecks, gFailures
-gChecks = 0
-gFailures = 0
 
 Sub Fail(name, message)
     gFailures = gFailures + 1
@@ -12,18 +11,6 @@ End Sub
 Sub Check(name, actual, expected)
     gChecks = gChecks + 1
     If actual <> expected Then Fail name, "got [" & actual & "], expected [" & expected & "]"
-End Sub
-
-Sub CheckType(name, value, expectedType)
-    gChecks = gChecks + 1
-    ' (TypeName of Nothing crashes Wine's VBScript.)
-    If IsObject(value) Then
-        If value Is Nothing Then
-            Fail name, "got Nothing, expected a " & expectedType
-            Exit Sub
-        End If
-    End If
-    If TypeName(value) <> expectedType Then Fail name, "got a " & TypeName(value) & ", expected a " & expectedType
 End Sub
 
 ' Reads the error of the call just made under On Error Resume Next, then clears it.
