@@ -1,7 +1,8 @@
-// The built DLL's type library and version record against what callers rely on: the
-// library's identity, which classes they may create, the interfaces each implements,
-// interface flags and help strings, default members, and by sampling the vtable order,
-// optional defaults and enumeration values.
+// The built DLL's type library and version record against what callers rely on: which
+// classes they may create, interface flags and help strings, default members, and by
+// sampling the vtable order, parameters with their defaults and enumeration values. The
+// library, class and interface keys are checked where they are registered
+// (registration_round_trip.sh).
 
 #include "support/test_support.h"
 
@@ -25,15 +26,12 @@ protected:
         info->GetDocumentation(member, name.Receive(), text.Receive(), nullptr, nullptr);
         return std::wstring(help ? text.View() : name.View());
     }
-    // A type's flags and identifier.
-    static std::pair<WORD, std::wstring> AttributesOf(ITypeInfo* info) {
+    static WORD FlagsOf(ITypeInfo* info) {
         TYPEATTR* attributes = nullptr;
         info->GetTypeAttr(&attributes);
-        wchar_t id[40] = {};
-        StringFromGUID2(attributes->guid, id, 40);
         const WORD flags = attributes->wTypeFlags;
         info->ReleaseTypeAttr(attributes);
-        return {flags, id};
+        return flags;
     }
     // Every type of one kind, by name.
     static std::map<std::wstring, ComPtr<ITypeInfo>> All(TYPEKIND wanted) {
@@ -88,8 +86,6 @@ protected:
     static inline ComPtr<ITypeLib> library_;
 };
 
-// The library's identity and version are checked where it is registered
-// (registration_round_trip.sh); its name and help string are read here.
 TEST_F(ContractTest, LibraryNameAndVersionRecord) {
     Bstr name, help;
     library_->GetDocumentation(-1, name.Receive(), help.Receive(), nullptr, nullptr);
@@ -110,35 +106,16 @@ TEST_F(ContractTest, LibraryNameAndVersionRecord) {
     EXPECT_EQ(texts, L"Framework File System Library|1.12.0004|");
 }
 
-TEST_F(ContractTest, ClassesInterfacesAndDefaultMembers) {
+TEST_F(ContractTest, CreatableClassesInterfaceFlagsAndDefaultMembers) {
     const std::set<std::wstring> creatable{L"FileSystemLib", L"Volumes", L"Volume", L"FtpFileStream"};
     const auto classes = All(TKIND_COCLASS);
     EXPECT_EQ(classes.size(), 27u);
     EXPECT_EQ(classes.count(L"Win32FileTime") + classes.count(L"Win32FindData"), 0u) << "the records stay private";
-    EXPECT_EQ(AttributesOf(classes.at(L"FileSystemLib").Get()).second, L"{1DBBA3A2-A309-4112-BAD5-3312F231088A}");
-    EXPECT_EQ(AttributesOf(classes.at(L"Volume").Get()).second, L"{D2016DEB-3809-4A46-9C56-643F51AD5286}");
-    // The abstract interfaces each class implements besides its own (the default one).
-    const std::map<std::wstring, std::wstring> also{
-        {L"Path", L" _IPath"}, {L"FolderItem", L" _IFolderItem"}, {L"FolderEnumerator", L" _IFolderEnumerator"},
-        {L"OpenFile", L" _IOpenFile"}, {L"FileStream", L" _IFileStream"}, {L"TextStream", L" _ITextStream"},
-        {L"FtpConnection", L" _IInternetStatus"}, {L"FtpFolderItem", L" _IFolderItem"},
-        {L"FtpFolderEnumerator", L" _IFolderEnumerator _IInternetStatus"},
-        {L"FtpFileStream", L" _IFileStream _IInternetStatus"}, {L"FtpOpenFile", L" _IOpenFile"}};
     for (const auto& [name, info] : classes) {
-        const WORD flags = AttributesOf(info.Get()).first;
+        const WORD flags = FlagsOf(info.Get());
         EXPECT_FALSE(NameOf(info.Get(), MEMBERID_NIL, true).empty()) << Narrow(name) << " has no help string";
         EXPECT_EQ((flags & TYPEFLAG_FCANCREATE) != 0, creatable.count(name) == 1) << Narrow(name);
         EXPECT_EQ((flags & TYPEFLAG_FAPPOBJECT) != 0, name == L"FileSystemLib") << Narrow(name);
-        std::wstring implemented;
-        HREFTYPE reference = 0;
-        INT implementedFlags = 0;
-        for (UINT k = 0; SUCCEEDED(info->GetRefTypeOfImplType(k, &reference)); ++k) {
-            ComPtr<ITypeInfo> interfaceInfo;
-            info->GetRefTypeInfo(reference, &interfaceInfo);
-            info->GetImplTypeFlags(k, &implementedFlags);
-            implemented += (k ? L" " : L"") + NameOf(interfaceInfo.Get()) + (k ? L"" : std::to_wstring(implementedFlags & IMPLTYPEFLAG_FDEFAULT));
-        }
-        EXPECT_EQ(implemented, L"_" + name + std::to_wstring(IMPLTYPEFLAG_FDEFAULT) + (also.count(name) ? also.at(name) : L""));
     }
 
     const std::map<std::wstring, std::wstring> defaults = {
@@ -150,7 +127,7 @@ TEST_F(ContractTest, ClassesInterfacesAndDefaultMembers) {
     EXPECT_EQ(interfaces.size(), 27u);
     for (const auto& [name, dispatch] : interfaces) {
         SCOPED_TRACE(Narrow(name));
-        EXPECT_EQ(AttributesOf(dispatch.Get()).first & required, required);
+        EXPECT_EQ(FlagsOf(dispatch.Get()) & required, required);
         EXPECT_FALSE(NameOf(dispatch.Get(), MEMBERID_NIL, true).empty()) << "no help string";
         ComPtr<ITypeInfo> info = VtableOf(dispatch.Get());
         std::wstring defaultMember, newEnum;
