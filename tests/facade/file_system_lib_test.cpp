@@ -1,15 +1,17 @@
 // FileSystemLib through its interface as an early-bound client calls it: the byte display
-// table, and through the seam the platform's rarer answers (unreadable items, a full temp
-// folder, the temp folder's buffer, error modes). tests/scripts/items.vbs and paths.vbs
-// are the script clients of the same members.
+// table, through the seam the platform's rarer answers (unreadable items, a full temp
+// folder, the temp folder's buffer, error modes), and the non-NT branches. The script
+// clients of the same members are tests/scripts/items.vbs, paths.vbs and facade_win98.vbs.
 
 #include "facade/file_system_lib.h"
 #include "common/decimal.h"
 #include "common/host_process.h"
 #include "common/system_error.h"
 #include "common/platform_api.h"
+#include "system/volume.h"
 #include "support/test_support.h"
 
+#include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -156,6 +158,57 @@ TEST_F(FileSystemLibTest, SetErrorModeMasksWritesBackAndReturnsThePreviousMode) 
     V_BOOLREF(&reference) = &flag;
     EXPECT_EQ(library_->SetErrorMode(&reference, &previous), S_OK);
     EXPECT_EQ(flag, VARIANT_TRUE) << "-1 masked is &HFFFF8001, which is True";
+}
+
+
+// The non-NT branches, run for real by the copy of the test program that Wine runs as
+// Windows 98 (cpp_tests_win98); elsewhere these tests report themselves skipped.
+class Win98 : public FileSystemLibTest {
+protected:
+    void SetUp() override {
+        if (IsPlatformNT()) GTEST_SKIP() << "runs under the win98 program version only (cpp_tests_win98)";
+        FileSystemLibTest::SetUp();
+    }
+};
+
+int ansiCalls = 0;
+DWORD WINAPI CountingAttributesA(LPCSTR path) {
+    ++ansiCalls;
+    return GetFileAttributesA(path);
+}
+DWORD WINAPI NoWideAttributes(LPCWSTR) {
+    ADD_FAILURE() << "a wide call on a platform without them";
+    return INVALID_FILE_ATTRIBUTES;
+}
+BOOL WINAPI NoWideVolumeInformation(LPCWSTR, LPWSTR, DWORD, LPDWORD, LPDWORD, LPDWORD, LPWSTR, DWORD) {
+    ADD_FAILURE() << "a wide call on a platform without them";
+    return FALSE;
+}
+
+TEST_F(Win98, FileCallsTakeTheAnsiBranchWithConvertedNames) {
+    EXPECT_EQ(ThisThread().version.dwPlatformId, static_cast<DWORD>(VER_PLATFORM_WIN32_WINDOWS));
+    EXPECT_FALSE(UseWideCalls());
+    ScratchFolder scratch;
+    const std::wstring file = scratch.WriteFile(L"caf\u00e9 menu.txt", "x");
+    ApiOverride<&PlatformApi::GetFileAttributesA> counting(&CountingAttributesA);
+    ApiOverride<&PlatformApi::GetFileAttributesW> none(&NoWideAttributes);
+    Variant strict = Variant::FromBool(true);
+    EXPECT_TRUE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FileExists, Bstr(file).Get(), strict.Get()))
+        << "the name survives the system code page";
+    EXPECT_EQ(ansiCalls, 1);
+    wchar_t expected[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, expected);
+    EXPECT_EQ(TextOf(library_.Get(), &_FileSystemLib::GetTempFolderPath), expected);
+}
+
+TEST_F(Win98, VolumeDataComeFromTheAnsiCall) {
+    ApiOverride<&PlatformApi::GetVolumeInformationW> noWide(&NoWideVolumeInformation);
+    ComPtr<Volume> volume = Volume::Bind(L"C:\\");
+    char fileSystem[256] = {};
+    DWORD serial = 0;
+    ASSERT_TRUE(GetVolumeInformationA("C:\\", nullptr, 0, &serial, nullptr, nullptr, fileSystem, 256));
+    EXPECT_EQ(volume->FileSystemName(), std::wstring(fileSystem, fileSystem + strlen(fileSystem)));
+    EXPECT_EQ(volume->SerialNumber(), serial);
 }
 
 }  // namespace
