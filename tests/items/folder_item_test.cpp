@@ -110,8 +110,7 @@ TEST_F(FolderItems, AFailedRefreshLeavesTheItemUnusableUntilOneSucceeds) {
     {
         ApiOverride<&PlatformApi::FindFirstFileW> failing(&FindFails);
         searchRefusal = ERROR_ACCESS_DENIED;
-        const ErrorRecord error = TakeError(item->Refresh());
-        EXPECT_EQ(error.source + L" " + std::to_wstring(error.number), L"FolderItem " + std::to_wstring(System(5)));
+        EXPECT_EQ(Raised(TakeError(item->Refresh())), Raised(L"FolderItem", System(ERROR_ACCESS_DENIED)));
         Bstr name;
         EXPECT_EQ(TakeError(item->get_Name(name.Receive())).number, RunTime(5));
         for (DWORD code : {DWORD{ERROR_FILE_NOT_FOUND}, DWORD{ERROR_PATH_NOT_FOUND}, DWORD{ERROR_NO_MORE_FILES}}) {
@@ -162,9 +161,7 @@ TEST_F(FolderItems, AFailureMidWalkClosesTheSearchAndRaises) {
     VARIANT_BOOL more = VARIANT_TRUE;
     HRESULT result = S_OK;
     while (result == S_OK && more) result = entries->GetNextItem(&more);
-    const ErrorRecord error = TakeError(result);
-    EXPECT_EQ(error.source + L" " + std::to_wstring(error.number),
-              L"FolderEnumerator " + std::to_wstring(System(ERROR_NETNAME_DELETED)));
+    EXPECT_EQ(Raised(TakeError(result)), Raised(L"FolderEnumerator", System(ERROR_NETNAME_DELETED)));
     EXPECT_FALSE(entries->IsOpen());
     entries.Reset();
     EXPECT_EQ(opened - closed, 0) << "closed once, not again on release";

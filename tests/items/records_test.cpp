@@ -151,8 +151,7 @@ TEST(FileTimes, TimeValuesFromClients) {
     const Variant refused[] = {NullValue(), StringValue(L"soon"), Variant::FromObject(nullptr),
                                Variant::FromObject(FindDataRecord::Make()->AsDispatch()), Missing()};
     for (const Variant& value : refused) {
-        const ErrorRecord error = CaughtError([&] { FileTimeFromValue(*value.Get()); });
-        EXPECT_EQ(error.source + std::to_wstring(error.number), L"MFileSystemLib" + std::to_wstring(RunTime(5)))
+        EXPECT_EQ(Raised(CaughtError([&] { FileTimeFromValue(*value.Get()); })), Raised(L"MFileSystemLib", RunTime(5)))
             << value.Type();
     }
 }
@@ -271,9 +270,8 @@ TEST(FindData, VersionRule) {
     ComPtr<FindDataRecord> record = FindDataRecord::Make();
     EXPECT_EQ(record->Version(), IsPlatformNT() ? 2 : 1) << "a new record takes the platform's layout";
     EXPECT_EQ(record->put_Version(7), S_OK);
-    const ErrorRecord error = TakeError(record->put_Version(1));
-    EXPECT_EQ(error.number, RunTime(5));
-    EXPECT_EQ(error.source + std::to_wstring(ValueOf<LONG>(record.Get(), &FindDataRecord::get_Version)), L"Win32FindData7");
+    EXPECT_EQ(Raised(TakeError(record->put_Version(1))), Raised(L"Win32FindData", RunTime(5)));
+    EXPECT_EQ(ValueOf<LONG>(record.Get(), &FindDataRecord::get_Version), 7);
     std::array<uint8_t, find_record::kBufferSize> bytes{};
     bytes[find_record::kFileNameOffset] = 'x';
     EXPECT_EQ(CaughtError([&] { record->InitializeFrom(bytes.data(), 2); }).number, RunTime(5));

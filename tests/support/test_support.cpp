@@ -15,6 +15,12 @@ ErrorRecord TakeError(HRESULT number) {
     return {number, std::wstring(source.View()), std::wstring(description.View())};
 }
 
+std::wstring Raised(std::wstring_view source, HRESULT number) {
+    wchar_t text[16] = {};
+    swprintf(text, 16, L" 0x%08lX", static_cast<unsigned long>(number));
+    return std::wstring(source) + text;
+}
+
 std::wstring TypeNameOf(IDispatch* object) {
     ComPtr<ITypeInfo> info;
     Bstr name;

@@ -22,6 +22,9 @@ struct ErrorRecord {
     std::wstring description;
 };
 ErrorRecord TakeError(HRESULT number);
+// "Source 0x800A0005": where an error came from and its number, as one comparable text.
+std::wstring Raised(std::wstring_view source, HRESULT number);
+inline std::wstring Raised(const ErrorRecord& error) { return Raised(error.source, error.number); }
 
 // The error an AutomationError-throwing library routine raised.
 template <class Call>
