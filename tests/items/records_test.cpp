@@ -1,7 +1,6 @@
 // The records behind items: file times (FILETIME to Date and back, local/UTC, the time
 // values clients pass, Win32FileTime) and find records (both layouts decoded from bytes,
-// the Version rule, the setters). Records filled by the platform's find calls are read
-// by every walk of tests/scripts/items.vbs and facade_win98.vbs.
+// the Version rule, the setters). Every walk of the script clients reads real ones.
 
 #include "common/ansi.h"
 #include "common/decimal.h"
@@ -14,7 +13,6 @@
 #include "support/test_support.h"
 
 #include <array>
-#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <optional>
@@ -63,7 +61,7 @@ TEST(FileTimes, FailedDateConversionsRaiseTheSystemError) {
     const std::function<void()> cases[] = {
         [] { DateFromFileTime(FILETIME{0, 0x80000000}); }, [] { DateFromFileTime(FILETIME{0, 0x7FFFFFFF}); },
         [] { FileTimeFromDate(-200000); }, [] { FileTimeFromDate(3000000); },
-        [] { FileTimeFromValue(*DateValue(-200000).Get()); },  // a conversion failure, not a bad argument
+        [] { FileTimeFromValue(*Coerced(DoubleValue(-200000), VT_DATE).Get()); },  // a conversion failure, not a bad argument
     };
     for (const auto& call : cases) {
         SetLastError(ERROR_FILE_NOT_FOUND);  // a stale code must not be reported
@@ -78,11 +76,9 @@ TEST(FileTimes, FailedDateConversionsRaiseTheSystemError) {
 }
 
 // The prefix runs in UTC, so the platform's time zone is stood in for by one an hour ahead.
-int localCalls = 0;
 bool localFails = false;
 template <int64_t By>
 BOOL WINAPI Shifted(const FILETIME* in, FILETIME* out) {
-    ++localCalls;
     *out = FileTimeOfCount(FileTimeCount(*in) + By);
     return !localFails;
 }
@@ -96,15 +92,13 @@ uint64_t Converted(FileTimeRecord* record, HRESULT (STDMETHODCALLTYPE FileTimeRe
 TEST(FileTimes, LocalTimesAreNewObjectsAndZeroStaysZero) {
     ApiOverride<&PlatformApi::FileTimeToLocalFileTime> toLocal(&Shifted<kHour>);
     ApiOverride<&PlatformApi::LocalFileTimeToFileTime> toUtc(&Shifted<-int64_t{kHour}>);
-    localCalls = 0;
     localFails = false;
     ComPtr<FileTimeRecord> utc = FileTimeRecord::Make(FileTimeOfCount(kNoon2003), false);
     EXPECT_EQ(Converted(utc.Get(), &FileTimeRecord::ConvertToLocal), kNoon2003 + kHour);
     EXPECT_EQ(Converted(utc.Get(), &FileTimeRecord::ConvertToUtc), kNoon2003 - kHour);
     EXPECT_EQ(FileTimeCount(utc->Time()), kNoon2003);
-    EXPECT_EQ(Converted(FileTimeRecord::Make().Get(), &FileTimeRecord::ConvertToLocal), 0u);
+    EXPECT_EQ(Converted(FileTimeRecord::Make().Get(), &FileTimeRecord::ConvertToLocal), 0u) << "zero stays zero";
     EXPECT_EQ(FileTimeCount(UtcFileTimeOf(FILETIME{})), 0u);
-    EXPECT_EQ(localCalls, 2) << "a zero time is not handed to the platform";
     EXPECT_EQ(FileTimeCount(FileTimeRecord::Make(FileTimeOfCount(kNoon2003), true)->Time()), kNoon2003 + kHour);
     localFails = true;
     EXPECT_EQ(FileTimeCount(LocalFileTimeOf(FileTimeOfCount(kNoon2003))), 0u);
@@ -142,7 +136,7 @@ TEST(FileTimes, TimeValuesFromClients) {
         {DecimalValue(7, 9, 5), (7ULL << 32) | 5},               // a Decimal's low and top words
         {PreciseValue((1ULL << 32) | 5), 5},                     // so a precise value loses its high word
         {std::move(decimalByReference), (7ULL << 32) | 5},
-        {DateValue(37622.5), kNoon2003},
+        {Coerced(DoubleValue(37622.5), VT_DATE), kNoon2003},
         {DoubleValue(2), kDateZero + 2 * kDay},
         {StringValue(L"2003-01-01"), kDateZero + 37622 * kDay},
     };
@@ -164,19 +158,17 @@ TEST(Win32FileTime, PreciseValueWordsAndAddress) {
         ComPtr<FileTimeRecord> record = FileTimeRecord::Make(time, false);
         Variant value;
         ASSERT_EQ(record->get_PreciseValue(value.Get()), S_OK);
-        EXPECT_EQ(DecimalText(V_DECIMAL(value.Get())), std::to_wstring(precise)) << "unsigned, scale 0";
-        EXPECT_EQ(static_cast<DWORD>(ValueOf<LONG>(record.Get(), &FileTimeRecord::get_dwLowDateTime)), time.dwLowDateTime);
-        EXPECT_EQ(static_cast<DWORD>(ValueOf<LONG>(record.Get(), &FileTimeRecord::get_dwHighDateTime)), time.dwHighDateTime);
+        EXPECT_EQ(PreciseOf(value), precise);
+        EXPECT_EQ(JoinWords(ValueOf<LONG>(record.Get(), &FileTimeRecord::get_dwHighDateTime),
+                            ValueOf<LONG>(record.Get(), &FileTimeRecord::get_dwLowDateTime)), precise);
         record->SetPreciseValue(*value.Get());
         EXPECT_EQ(FileTimeCount(record->Time()), precise) << "a precise value comes back whole";
     }
     ComPtr<FileTimeRecord> record = FileTimeRecord::Make();
     record->SetPreciseValue(*DecimalValue(9, 1, 5).Get());
     EXPECT_EQ(FileTimeCount(record->Time()), (1ULL << 32) | 5) << "a Decimal's middle and low words, the top ignored";
-    record->SetPreciseValue(*StringValue(L"4294967302").Get());
-    EXPECT_EQ(FileTimeCount(record->Time()), (1ULL << 32) | 6);
     EXPECT_EQ(CaughtError([&] { record->SetPreciseValue(*StringValue(L"late").Get()); }).number, RunTime(13));
-    EXPECT_EQ(FileTimeCount(record->Time()), (1ULL << 32) | 6);
+    EXPECT_EQ(FileTimeCount(record->Time()), (1ULL << 32) | 5) << "a refused value changes nothing";
 
     record = FileTimeRecord::Make(FileTimeOfCount(kDateZero + 37622 * kDay), false);
     EXPECT_EQ(ValueOf<DATE>(record.Get(), &FileTimeRecord::get_Value), 37622);
@@ -295,7 +287,7 @@ TEST(FindData, SettersOfSizeTimesAttributesAndNames) {
     }
 
     // The times take the values every time argument takes.
-    record->SetLastWriteTime(*DateValue(37622).Get());
+    record->SetLastWriteTime(*Coerced(DoubleValue(37622), VT_DATE).Get());
     record->SetCreationTime(*PreciseValue(kCreated).Get());
     record->SetLastAccessTime(*Variant::FromObject(FileTimeRecord::Make(FileTimeOfCount(kAccessed), false)->AsDispatch()).Get());
     EXPECT_EQ(PreciseOf(record->PreciseLastWriteTime()), kWritten);

@@ -67,18 +67,10 @@ std::wstring ScratchFolder::MakeFolder(const std::wstring& name) const {
     return path;
 }
 
-Variant LongValue(LONG value) { return Variant::FromLong(value); }
-Variant StringValue(const std::wstring& value) { return Variant::FromString(value); }
 Variant DoubleValue(double value) {
     Variant result;
     V_VT(result.Get()) = VT_R8;
     V_R8(result.Get()) = value;
-    return result;
-}
-Variant DateValue(DATE value) {
-    Variant result;
-    V_VT(result.Get()) = VT_DATE;
-    V_DATE(result.Get()) = value;
     return result;
 }
 Variant Coerced(const Variant& value, VARTYPE type) {

@@ -74,10 +74,9 @@ private:
     long saved_;
 };
 
-Variant LongValue(LONG value);
-Variant StringValue(const std::wstring& value);
+inline Variant LongValue(LONG value) { return Variant::FromLong(value); }
+inline Variant StringValue(const std::wstring& value) { return Variant::FromString(value); }
 Variant DoubleValue(double value);
-Variant DateValue(DATE value);
 Variant NullValue();
 // The value converted as oleaut32 converts it (VariantChangeType).
 Variant Coerced(const Variant& value, VARTYPE type);
