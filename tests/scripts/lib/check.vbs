@@ -1,7 +1,13 @@
-' Checks for script clients. Each failed check prints a line starting with FAIL; Done
-' prints the verdict the test runner looks for. (The counters start Empty, which counts
-' as 0.)
+' Checks for script clients. Each check prints its name after "- ", so that a script that
+' stops early shows the last check it reached; a failed one prints a line starting with
+' FAIL. Done prints the verdict the test runner looks for. (The counters start Empty,
+' which counts as 0.)
 Dim gChecks, gFailures
+
+Sub Reached(name)
+    gChecks = gChecks + 1
+    WScript.Echo "- " & name
+End Sub
 
 Sub Fail(name, message)
     gFailures = gFailures + 1
@@ -9,7 +15,7 @@ Sub Fail(name, message)
 End Sub
 
 Sub Check(name, actual, expected)
-    gChecks = gChecks + 1
+    Reached name
     If actual <> expected Then Fail name, "got [" & actual & "], expected [" & expected & "]"
 End Sub
 
@@ -19,7 +25,7 @@ Sub CheckError(name, number, source, description)
     Dim n, s, d
     n = Err.Number: s = Err.Source: d = Err.Description
     Err.Clear
-    gChecks = gChecks + 1
+    Reached name
     If n <> number Or (source <> "" And s <> source) Or (description <> "" And d <> description) Then
         Fail name, "got error " & n & " [" & s & "] [" & d & "], expected " & number & " [" & source & "] [" & description & "]"
     End If
