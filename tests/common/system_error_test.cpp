@@ -13,9 +13,9 @@
 namespace vofs::testing {
 namespace {
 
-// Stand-ins for the text sources, recording what they were asked.
+// Stand-ins for the text sources: what each answers, and what the message source was asked.
 struct TextSources {
-    std::string message, remoteAccess, serverReply, providerText, providerName;  // what each source answers
+    std::string message, remoteAccess, serverReply, providerText, providerName;
     DWORD messageFlags = 0, messageCode = 0, providerError = 0;
     HMODULE messageModule = nullptr;
     bool internetLoaded = true;
@@ -65,12 +65,9 @@ protected:
 
 TEST_F(SystemErrorText, EndsInExactlyOneSentenceMarkAndReplacesLineBreaks) {
     const std::tuple<const char*, const wchar_t*, const wchar_t*> cases[] = {  // platform text, separator, result
-        {"Access is denied.\r\n", L"\r\n", L"Access is denied."},
-        {"No full stop\r\n", L"\r\n", L"No full stop."},
-        {"Is that so?\r\n", L"\r\n", L"Is that so?"},
-        {"Stop!", L"\r\n", L"Stop!"},
+        {"Access is denied.\r\n", L"\r\n", L"Access is denied."}, {"No full stop\r\n", L"\r\n", L"No full stop."},
+        {"Is that so?\r\n", L"\r\n", L"Is that so?"}, {"Stop!", L"\r\n", L"Stop!"}, {"", L"\r\n", L"."},
         {"Two\r\nlines\r\n", L"\r\n", L"Two\r\nlines."},
-        {"", L"\r\n", L"."},
         {"Line one\r\nLine two\r\n", L"|", L"Line one|Line two|."},
         {"Line one\r\nLine two\r\n", L"; ", L"Line one;Line two;."},  // the separator's first character
         {"Line one\r\nLine two\r\n", L"", L"Line oneLine two."},
@@ -93,9 +90,7 @@ TEST_F(SystemErrorText, WhichCodeIsLookedUpAndWhere) {
     EXPECT_EQ(sources.messageCode, static_cast<DWORD>(ERROR_PATH_NOT_FOUND)) << "0 means the last platform error";
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_PATH_NOT_FOUND)) << "and the lookup leaves it as it was";
 
-    sources.providerError = 42;
-    sources.providerText = "The share went away";
-    sources.providerName = "Example Network";
+    sources = {.providerText = "The share went away", .providerName = "Example Network", .providerError = 42};
     EXPECT_EQ(vofs::SystemErrorText(1208), L"Example Network returned error #42 The share went away.");
     sources.remoteAccess = "The port is already in use";
     EXPECT_EQ(vofs::SystemErrorText(602), L"The port is already in use.");
@@ -119,10 +114,8 @@ TEST(RaiseSystemError, NumberSourceAndDescription) {
     const std::wstring platformText = vofs::SystemErrorText(5);  // the system's own text
     EXPECT_EQ(vofs::SystemErrorText(0x7FF0), L".") << "a code without text";
     const std::pair<const wchar_t*, std::wstring> cases[] = {
-        {L"", platformText},
-        {L"Cannot open", L"Cannot open.\r\n" + platformText},
-        {L"  Cannot open  ", L"Cannot open.\r\n" + platformText},
-        {L"Really?", L"Really?\r\n" + platformText},
+        {L"", platformText}, {L"Cannot open", L"Cannot open.\r\n" + platformText},
+        {L"  Cannot open  ", L"Cannot open.\r\n" + platformText}, {L"Really?", L"Really?\r\n" + platformText},
         {L"Done.", L"Done.\r\n" + platformText},
     };
     for (const auto& [description, expected] : cases) {
