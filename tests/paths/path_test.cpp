@@ -1,14 +1,13 @@
 // Paths: the text rules as tables (parsing, root scan, relative part, platform form, join,
 // names and parents of path texts), and the Path object where a script cannot reach it
-// (tests/scripts/paths.vbs is the script client): a path left unparsed, arrays of String,
-// mapped drives through the seam, and dispatch through _IPath on its own.
+// (tests/scripts/paths.vbs is the script client): arrays of String, mapped drives through
+// the seam, and dispatch through _IPath on its own.
 
 #include "common/platform_api.h"
 #include "paths/path.h"
 #include "paths/path_text.h"
 #include "support/test_support.h"
 
-#include <functional>
 #include <tuple>
 #include <vector>
 
@@ -136,21 +135,6 @@ TEST(PathText, NamesParentsAndNormalForms) {
         EXPECT_EQ(NameFromPath(path) + L"|" + ParentFromPath(path) + L"|" + NormalizePath(path),
                   std::wstring(name) + L"|" + parent + L"|" + normalized) << Narrow(path);
     }
-}
-
-TEST(PathObject, CheckedMembersOfAPathThatDidNotParse) {
-    ComPtr<Path> path = Path::Make();  // as a failed initialisation leaves it
-    Bstr text;
-    VARIANT_BOOL flag;
-    const std::function<HRESULT()> checked[] = {
-        [&] { return path->get_Name(text.Receive()); },
-        [&] { return path->get_RootPath(text.Receive()); },
-        [&] { return path->get_PathIsUrl(&flag); },
-        [&] { return path->GetPlatformPath(text.Receive()); },
-    };
-    for (const auto& call : checked) EXPECT_EQ(Raised(TakeError(call())), Raised(L"Path", RunTime(5)));
-    EXPECT_EQ(TextOf(path.Get(), &Path::get_FullPath), L"") << "FullPath is not checked";
-    EXPECT_EQ(TextOf(path.Get(), &Path::get_DirectorySeparator), L"\\");
 }
 
 TEST(PathObject, ConcatTakesArraysOfStringAndNothing) {
