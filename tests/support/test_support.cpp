@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 
 namespace vofs::testing {
 
@@ -40,8 +41,6 @@ ScratchFolder::ScratchFolder() {
     wchar_t temp[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, temp);
     path_ = std::wstring(temp) + L"vofs-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++counter);
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
     CreateDirectoryW(path_.c_str(), nullptr);
 }
 
@@ -52,12 +51,7 @@ ScratchFolder::~ScratchFolder() {
 
 std::wstring ScratchFolder::WriteFile(const std::wstring& name, const std::string& content) const {
     const std::wstring path = *this / name;
-    HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) {
-        DWORD written = 0;
-        ::WriteFile(file, content.data(), static_cast<DWORD>(content.size()), &written, nullptr);
-        CloseHandle(file);
-    }
+    std::ofstream(std::filesystem::path(path), std::ios::binary) << content;
     return path;
 }
 

@@ -1,7 +1,6 @@
-// Volumes and Volume where a script cannot choose the platform's answers (the script
-// clients tests/scripts/volumes.vbs and error_convention.js walk the prefix's drives):
-// volume data and drive lists through the seam, index types, the enumerator, the shares
-// and the per-thread collection.
+// Volumes and Volume where a script cannot choose the platform's answers (volumes.vbs and
+// error_convention.js walk the prefix's drives): volume data and drive lists through the
+// seam, index types, the enumerator, the shares and the per-thread collection.
 
 #include "common/decimal.h"
 #include "common/platform_api.h"
@@ -11,7 +10,6 @@
 #include "support/test_support.h"
 
 #include <string>
-#include <vector>
 
 namespace vofs::testing {
 namespace {
@@ -43,7 +41,7 @@ DWORD WINAPI FakeDriveStrings(DWORD length, LPSTR buffer) {
     memcpy(buffer, fakeDriveList.data(), needed + 1);
     return needed;
 }
-std::string DriveList(int drives) {
+std::string DriveList(int drives) {  // C:\ D:\ ..., each ended by a NUL
     std::string list;
     for (int i = 0; i < drives; ++i) list += std::string(1, static_cast<char>('C' + i)) + ":\\" + '\0';
     return list;
@@ -172,13 +170,9 @@ TEST(Volumes, IndexTypesEnumerationAndTheSharedCollection) {
 
     // One shared collection per thread, while it is held.
     ComPtr<FileSystemLib> library = FileSystemLib::Make();
-    ComPtr<_Volumes> first, second;
-    ASSERT_EQ(library->get_Volumes(&first), S_OK);
-    ASSERT_EQ(library->get_Volumes(&second), S_OK);
-    EXPECT_EQ(first.Get(), second.Get());
-    EXPECT_EQ(SharedVolumes().Get(), ImplementationOf<Volumes>(first.Get()));
-    first.Reset();
-    second.Reset();
+    ComPtr<_Volumes> shared = ValueOf<ComPtr<_Volumes>>(library.Get(), &FileSystemLib::get_Volumes);
+    EXPECT_EQ(SharedVolumes().Get(), ImplementationOf<Volumes>(shared.Get()));
+    shared.Reset();
     EXPECT_EQ(ThisThread().sharedVolumes, nullptr) << "released with its last reference";
 }
 
