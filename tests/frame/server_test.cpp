@@ -1,14 +1,13 @@
-// The built DLL's type library and version record against what callers rely on: which
-// classes they may create, default members and For Each, interface flags and help strings,
-// and by sampling the vtable order and enumeration values. The library, class and
-// interface keys are checked where they are registered (registration_round_trip.sh);
-// optional arguments and their defaults by the late-bound clients.
+// The COM server as its callers meet it: the class template, the DLL's entry points, and
+// the built type library and version record. The registered keys are checked by
+// registration_round_trip.sh, members and their optional arguments by the late-bound
+// clients; the order of members and the enumeration values are the IDL's own text.
 
+#include "facade/file_system_lib.h"
 #include "support/test_support.h"
 
 #include <map>
 #include <set>
-#include <tuple>
 #include <vector>
 
 namespace vofs::testing {
@@ -116,38 +115,65 @@ TEST_F(ContractTest, CreatableClassesInterfaceFlagsAndDefaultMembers) {
     }
 }
 
-TEST_F(ContractTest, MemberOrderAndEnumerationsBySampling) {
-    // An interface's first and last vtable entries pin its order; for enumerations, the values
-    // that differ from the platform's or from the obvious ones and the last of the long ones.
-    const std::tuple<const wchar_t*, UINT, const wchar_t*> samples[] = {
-        {L"_FileSystemLib", 0, L"WideCallSupport"}, {L"_FileSystemLib", 25, L"OpenStream"},
-        {L"_FileSystemLib", 29, L"FormatByteDisplay"}, {L"_Path", 0, L"FullPath"},
-        {L"_Path", 25, L"ConcatPlatformPathObject"}, {L"_Volumes", 2, L"NewEnum"}, {L"_Volumes", 4, L"BindToVolume"},
-        {L"ErrorModes", 2, L"NoOpenFileErrorBox = -32768"}, {L"OpenFileFlags", 2, L"BackupSemantics = -33554432"},
-        {L"OpenFileFlags", 8, L"WriteThrough = -2147483648"}, {L"ProxyMethods", 2, L"ProxyUserAndHost = 1"},
-        {L"BrowseInFolderFlags", 7, L"UseNewUI50 = 80"}, {L"BrowseInFolderFlags", 12, L"BrowserPrinters = 8192"},
-        {L"InternetStatus", 0, L"SendKeepAlive = -1"}, {L"VirtualFolders", 29, L"HistoryFolder = 34"},
-        {L"FileAccess", 2, L"AccessReadWrite = -1073741824"}, {L"IFolderItemMembers", 22, L"ifiEnumFolder = 22"},
-        {L"PrivilegeNames", 27, L"SeManageVolumePrivilege = 28"}, {L"TextStreamIoMode", 2, L"ForAppending = 8"},
-    };
-    const auto interfaces = All(TKIND_DISPATCH), enumerations = All(TKIND_ENUM);
-    EXPECT_EQ(enumerations.size(), 28u);
-    for (const auto& [type, index, entry] : samples) {
-        std::wstring found = L"(none)";
-        if (interfaces.count(type)) {
-            ComPtr<ITypeInfo> info = VtableOf(interfaces.at(type).Get());
-            FUNCDESC* function = nullptr;
-            if (SUCCEEDED(info->GetFuncDesc(index, &function))) found = NameOf(info.Get(), function->memid);
-            if (function) info->ReleaseFuncDesc(function);
-        } else if (VARDESC* variable = nullptr; enumerations.count(type)) {
-            ITypeInfo* info = enumerations.at(type).Get();
-            if (SUCCEEDED(info->GetVarDesc(index, &variable))) {
-                found = NameOf(info, variable->memid) + L" = " + std::to_wstring(ToLong(*variable->lpvarValue));
-                info->ReleaseVarDesc(variable);
-            }
-        }
-        EXPECT_EQ(found, entry) << Narrow(type) << " " << index;
-    }
+TEST(ComObject, IdentityInterfacesAndOwnImplementation) {
+    ComPtr<FileSystemLib> library = FileSystemLib::Make();
+    ComPtr<IUnknown> unknown, viaDispatch;
+    ComPtr<IDispatch> dispatch;
+    ComPtr<_FileSystemLib> typed;
+    ComPtr<IPersist> foreign;
+    ComPtr<ISupportErrorInfo> errors;
+    ASSERT_EQ(library.As(&unknown) | library.As(&dispatch) | dispatch.As(&viaDispatch), S_OK);
+    EXPECT_EQ(unknown.Get(), viaDispatch.Get());
+    EXPECT_EQ(unknown.As(&typed), S_OK);
+    EXPECT_EQ(unknown.As(&foreign), E_NOINTERFACE);
+    ASSERT_EQ(unknown.As(&errors), S_OK);
+    EXPECT_EQ(errors->InterfaceSupportsErrorInfo(IID__FileSystemLib), S_OK);
+
+    EXPECT_EQ(ImplementationOf<FileSystemLib>(dispatch.Get()), library.Get());
+    ComPtr<ICreateErrorInfo> other;
+    ASSERT_EQ(CreateErrorInfo(&other), S_OK);
+    EXPECT_EQ(ImplementationOf<FileSystemLib>(other.Get()), nullptr) << "a foreign object is recognised";
+    EXPECT_EQ(ImplementationOf<FileSystemLib>(nullptr), nullptr);
+}
+
+// The exported entry points of the built DLL, loaded as a COM runtime would load it.
+TEST(ServerEntryPoints, ClassObjectsCreationAndUnloading) {
+    HMODULE dll = LoadLibraryW((ProgramFolder() + L"\\vofslib.dll").c_str());
+    ASSERT_NE(dll, nullptr);
+    auto entry = [&](const char* name) { return reinterpret_cast<void*>(GetProcAddress(dll, name)); };
+    auto getClassObject = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(entry("DllGetClassObject"));
+    auto canUnloadNow = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(entry("DllCanUnloadNow"));
+    ASSERT_TRUE(getClassObject && canUnloadNow && entry("DllRegisterServer") && entry("DllUnregisterServer") &&
+                entry("DllInstall"));
+
+    ComPtr<IClassFactory> factory;
+    ComPtr<IUnknown> outer, refused;
+    EXPECT_EQ(getClassObject(CLSID_Path, IID_PPV_ARGS(&factory)), CLASS_E_CLASSNOTAVAILABLE) << "not creatable";
+    EXPECT_EQ(getClassObject(IID_IUnknown, IID_PPV_ARGS(&factory)), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(canUnloadNow(), S_OK);
+    ASSERT_EQ(getClassObject(CLSID_FileSystemLib, IID_PPV_ARGS(&factory)), S_OK);
+    EXPECT_EQ(canUnloadNow(), S_FALSE) << "a held class object keeps the module";
+    factory.As(&outer);
+    EXPECT_EQ(factory->CreateInstance(outer.Get(), IID_PPV_ARGS(&refused)), CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IClassFactory, reinterpret_cast<void**>(refused.GetAddressOf())),
+              E_NOINTERFACE);
+    outer.Reset();
+
+    // A created object used as a client would, leaving an error behind, and a server lock.
+    ComPtr<_FileSystemLib> library;
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&library)), S_OK);
+    factory->LockServer(TRUE);
+    factory.Reset();
+    Bstr temp;
+    EXPECT_EQ(library->GetTempFolderPath(temp.Receive()), S_OK);
+    EXPECT_TRUE(FAILED(library->put_WideCallSupport(static_cast<WideCallSupportOptions>(9))));
+    library.Reset();
+    EXPECT_EQ(canUnloadNow(), S_FALSE) << "the server lock is still held";
+    ASSERT_EQ(getClassObject(CLSID_FileSystemLib, IID_PPV_ARGS(&factory)), S_OK);
+    factory->LockServer(FALSE);
+    factory.Reset();
+    EXPECT_EQ(canUnloadNow(), S_OK);
+    FreeLibrary(dll);
 }
 
 }  // namespace
