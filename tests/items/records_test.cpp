@@ -176,9 +176,6 @@ TEST(Win32FileTime, PreciseValueWordsAndAddress) {
     const LONG address = ValueOf<LONG>(record.Get(), &FileTimeRecord::get_lpFileTime);
     std::memcpy(&atAddress, reinterpret_cast<const void*>(static_cast<INT_PTR>(address)), sizeof atAddress);
     EXPECT_EQ(FileTimeCount(atAddress), kDateZero + 37622 * kDay);
-    record->SetTime(FILETIME{0, 0x80000000});
-    DATE date = 0;
-    EXPECT_EQ(TakeError(record->get_Value(&date)).number, System(ERROR_INVALID_PARAMETER));
 }
 
 template <class Record>
@@ -196,9 +193,6 @@ ComPtr<FindDataRecord> Decoded(Record& data, long version) {
     EXPECT_EQ(PreciseOf(record->PreciseCreationTime()), kCreated);
     EXPECT_EQ(PreciseOf(record->PreciseLastAccessTime()), kAccessed);
     EXPECT_EQ(PreciseOf(record->PreciseLastWriteTime()), kWritten);
-    // The three dates are all the last-write date.
-    EXPECT_EQ(ValueOf<DATE>(record.Get(), &FindDataRecord::get_LastAccessTime) +
-                  ValueOf<DATE>(record.Get(), &FindDataRecord::get_CreationTime), 2 * 37622);
     return record;
 }
 
