@@ -8,10 +8,8 @@
 #include "common/host_process.h"
 #include "common/system_error.h"
 #include "common/platform_api.h"
-#include "system/volume.h"
 #include "support/test_support.h"
 
-#include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -175,10 +173,6 @@ DWORD WINAPI NoWideAttributes(LPCWSTR) {
     ADD_FAILURE() << "a wide call on a platform without them";
     return INVALID_FILE_ATTRIBUTES;
 }
-BOOL WINAPI NoWideVolumeInformation(LPCWSTR, LPWSTR, DWORD, LPDWORD, LPDWORD, LPDWORD, LPWSTR, DWORD) {
-    ADD_FAILURE() << "a wide call on a platform without them";
-    return FALSE;
-}
 
 TEST_F(Win98, FileCallsTakeTheAnsiBranchWithConvertedNames) {
     EXPECT_EQ(ThisThread().version.dwPlatformId, static_cast<DWORD>(VER_PLATFORM_WIN32_WINDOWS));
@@ -194,16 +188,6 @@ TEST_F(Win98, FileCallsTakeTheAnsiBranchWithConvertedNames) {
     wchar_t expected[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, expected);
     EXPECT_EQ(TextOf(library_.Get(), &_FileSystemLib::GetTempFolderPath), expected);
-}
-
-TEST_F(Win98, VolumeDataComeFromTheAnsiCall) {
-    ApiOverride<&PlatformApi::GetVolumeInformationW> noWide(&NoWideVolumeInformation);
-    ComPtr<Volume> volume = Volume::Bind(L"C:\\");
-    char fileSystem[256] = {};
-    DWORD serial = 0;
-    ASSERT_TRUE(GetVolumeInformationA("C:\\", nullptr, 0, &serial, nullptr, nullptr, fileSystem, 256));
-    EXPECT_EQ(volume->FileSystemName(), std::wstring(fileSystem, fileSystem + strlen(fileSystem)));
-    EXPECT_EQ(volume->SerialNumber(), serial);
 }
 
 }  // namespace
