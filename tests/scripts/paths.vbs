@@ -87,8 +87,6 @@ For Each row In Array(-1, 2)
     x = lib.GetPathObject("C:\a").Segments(row)
     CheckError "Segments(" & row & ")", 9, "Path", "Subscript out of range"
 Next
-x = lib.GetPathObject("C:\a").ConcatPath("not an array")
-CheckError "ConcatPath of a plain text", 13, "Path", ""
 x = lib.GetPathObject("ftp://h").Parent(0)
 CheckError "an argument for the default member of Nothing", 91, "", "Object variable not set"
 lib.WideCallSupport = 7

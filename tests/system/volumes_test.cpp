@@ -152,21 +152,17 @@ TEST(Volumes, IndexTypesEnumerationAndTheSharedCollection) {
                  ItemOf(*volumes.Get(), DoubleValue(1e12)));  // the last: a position too large for a Long
 
     ComPtr<IUnknown> unknown;
-    ComPtr<IEnumVARIANT> enumerator, clone;
+    ComPtr<IEnumVARIANT> enumerator;
     ASSERT_EQ(volumes->NewEnum(&unknown), S_OK);
     ASSERT_EQ(unknown.As(&enumerator), S_OK);
-    Variant head;
+    Variant head, end, again;
     ULONG fetched = 0;
     ASSERT_EQ(enumerator->Next(1, head.Get(), &fetched), S_OK);
     EXPECT_EQ(ImplementationOf<Volume>(V_DISPATCH(head.Get())), ItemOf(*volumes.Get(), LongValue(1)).Get());
-    ASSERT_EQ(enumerator->Clone(&clone), S_OK);
-    VARIANT rest[64];
-    EXPECT_EQ(clone->Next(64, rest, &fetched), S_FALSE);
-    EXPECT_EQ(fetched, static_cast<ULONG>(count - 1));
-    for (ULONG i = 0; i < fetched; ++i) VariantClear(&rest[i]);
+    EXPECT_EQ(enumerator->Skip(static_cast<ULONG>(count - 1)), S_OK);
+    EXPECT_EQ(enumerator->Next(1, end.Get(), &fetched), S_FALSE) << "the end";
     EXPECT_EQ(enumerator->Reset(), S_OK);
-    EXPECT_EQ(enumerator->Skip(static_cast<ULONG>(count)), S_OK);
-    EXPECT_EQ(enumerator->Skip(1), S_FALSE);
+    EXPECT_EQ(enumerator->Next(1, again.Get(), &fetched), S_OK) << "from the start again";
 
     // One shared collection per thread, while it is held.
     ComPtr<FileSystemLib> library = FileSystemLib::Make();
