@@ -44,8 +44,7 @@ Check "GetPlatformPath of a URL", lib.GetPlatformPath("ftp://h/a b"), "h/a%20b"
 
 ' ---- path texts and byte counts (optional arguments left out, text as a number)
 Check "NameFromPath, ParentFromPath, NormalizePath", lib.NameFromPath(" C:\dir\ ") & "|" & lib.ParentFromPath("C:\") & "|" & lib.NormalizePath("ftp://h/a"), "dir\|C|ftp://h/a/"
-Check "FormatByteDisplay without a type", lib.FormatByteDisplay(2048), "2 KB"
-Check "FormatByteDisplay of text", lib.FormatByteDisplay("1099511627776", 0), "1 TB"
+Check "FormatByteDisplay of text, the type left out", lib.FormatByteDisplay("1099511627776"), "1 TB"
 
 ' ---- existence and temporary names
 folder = scratch & "\sub folder"
@@ -75,10 +74,8 @@ lib.SetErrorMode previous
 
 ' ---- errors: run-time errors, platform errors and unavailable members
 On Error Resume Next
-For Each row In Array("dir\file", "\\srv", "", "//srv/sh")
-    Set p = lib.GetPathObject(row)
-    CheckError "GetPathObject """ & row & """", 5, "Path", "Invalid procedure call or argument"
-Next
+Set p = lib.GetPathObject("dir\file")
+CheckError "GetPathObject of a relative path", 5, "Path", "Invalid procedure call or argument"
 Set p = lib.GetPathObject("C:\").Parent
 CheckError "the parent of C:\ is C", 5, "Path", ""
 x = lib.GetPathObject("ftp://").Name
