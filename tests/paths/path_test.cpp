@@ -155,20 +155,19 @@ TEST(PathObject, ConcatTakesArraysOfStringAndNothing) {
     EXPECT_EQ(TakeError(path->ConcatPath(*DoubleValue(1).Get(), text.Receive())).number, RunTime(13));
 }
 
-// Mapped drives through the seam: Z: is mapped to \\server\share, the rest are not.
+// Mapped drives through the seam: Z: is mapped to \\server\share, Y:'s network fails once
+// asked for the name, the rest are not mapped.
 DWORD WINAPI FakeConnection(LPCWSTR drive, LPWSTR remote, LPDWORD length) {
-    if (_wcsicmp(drive, L"Z:") != 0) return ERROR_NOT_CONNECTED;
     static const wchar_t kRemote[] = L"\\\\server\\share";
+    const bool failing = _wcsicmp(drive, L"Y:") == 0;
+    if (!failing && _wcsicmp(drive, L"Z:") != 0) return ERROR_NOT_CONNECTED;
     if (!remote || *length < std::size(kRemote)) {
         *length = std::size(kRemote);
         return ERROR_MORE_DATA;
     }
+    if (failing) return ERROR_EXTENDED_ERROR;
     wcscpy(remote, kRemote);
     return NO_ERROR;
-}
-DWORD WINAPI FailingConnection(LPCWSTR, LPWSTR remote, LPDWORD length) {
-    *length = 10;
-    return remote ? ERROR_EXTENDED_ERROR : ERROR_MORE_DATA;
 }
 
 TEST(PathObject, LogicalPathToUnc) {
@@ -186,8 +185,6 @@ TEST(PathObject, LogicalPathToUnc) {
     }
     Bstr text;
     EXPECT_EQ(TakeError(path->LogicalPathToUnc(Bstr(L"relative\\x").Get(), text.Receive())).number, RunTime(5));
-
-    ApiOverride<&PlatformApi::WNetGetConnectionW> failing(&FailingConnection);
     EXPECT_EQ(Raised(TakeError(path->LogicalPathToUnc(Bstr(L"Y:\\x").Get(), text.Receive()))),
               Raised(L"Path", System(ERROR_EXTENDED_ERROR)));
 }
