@@ -1,7 +1,7 @@
 // FolderItem and FolderEnumerator where the platform's answers must be chosen through
 // the seam, or where a script cannot reach them: the exact names handed to the platform,
-// failed searches and folder creations, every search closed once, the fixed answers of
-// IFolderEnumerator. tests/scripts/items.vbs is the script client on real files.
+// failed searches and folder creations, every search closed once. tests/scripts/items.vbs
+// is the script client on real files.
 
 #include "common/platform_api.h"
 #include "common/system_error.h"
@@ -163,19 +163,6 @@ TEST_F(FolderItems, AFailureMidWalkClosesTheSearchAndRaises) {
     EXPECT_FALSE(entries->IsOpen());
     entries.Reset();
     EXPECT_EQ(opened - closed, 0) << "closed once, not again on release";
-}
-
-TEST_F(FolderItems, TheGenericEnumeratorInterfaceGivesFixedAnswers) {
-    ComPtr<FolderEnumerator> entries = Opened(L"sub");
-    ComPtr<_IFolderEnumerator> generic;
-    ASSERT_EQ(entries.As(&generic), S_OK);
-    EXPECT_TRUE(ValueOf<FileAttributes>(static_cast<_FolderEnumerator*>(entries.Get()), &_FolderEnumerator::get_Attributes) &
-                FILE_ATTRIBUTE_DIRECTORY);
-    EXPECT_EQ(ValueOf<FileAttributes>(generic.Get(), &_IFolderEnumerator::get_Attributes), 0);
-    EXPECT_FALSE(ValueOf<ComPtr<_IFolderItem>>(generic.Get(), &_IFolderEnumerator::CloneFolderItem) ||
-                 ValueOf<ComPtr<_IFolderItem>>(generic.Get(), &_IFolderEnumerator::get_Folder));
-    auto item = ValueOf<ComPtr<_IFolderItem>>(generic.Get(), &_IFolderEnumerator::GetFolderItem);
-    EXPECT_EQ(TextOf(item.Get(), &_IFolderItem::get_Name), L"sub");
 }
 
 }  // namespace
