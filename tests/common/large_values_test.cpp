@@ -8,7 +8,6 @@
 #include "common/low_memory.h"
 #include "support/test_support.h"
 
-#include <cstdint>
 #include <cstring>
 #include <vector>
 

@@ -116,7 +116,6 @@ TEST_F(FakeVolumes, UrlVolumesAnswerTheirProtocolAndLiveWithTheShares) {
     EXPECT_EQ(fakeReads, 0) << "a URL has no volume to ask";
     EXPECT_FALSE(ItemOf(*volumes.Get(), StringValue(L"ftp://host.example"))) << "Item looks at the drives only";
     EXPECT_EQ(volumes->Lookup(L"ftp://host.example").Get(), bound.Get()) << "found among the shares";
-    EXPECT_EQ(volumes->Lookup(L"C:\\windows").Get(), ItemOf(*volumes.Get(), StringValue(L"c")).Get());
     volumes->ReadDrives();
     EXPECT_NE(volumes->Lookup(L"ftp://host.example").Get(), bound.Get()) << "Refresh dropped the shares";
 }
