@@ -104,3 +104,12 @@ uint64_t PreciseOf(const Variant& value) {
 }
 
 }  // namespace vofs::testing
+
+// Every test runs on a single-threaded apartment, as the library's objects do in a script host.
+int main(int argc, char** argv) {
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    testing::InitGoogleTest(&argc, argv);
+    const int result = RUN_ALL_TESTS();
+    CoUninitialize();
+    return result;
+}

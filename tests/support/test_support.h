@@ -104,9 +104,5 @@ Value ValueOf(Object* object, Member member, Arguments... arguments) {
     EXPECT_EQ((object->*member)(arguments..., &value), S_OK);
     return value;
 }
-template <class Object, class Member>
-bool FlagOf(Object* object, Member member) {
-    return ValueOf<VARIANT_BOOL>(object, member) != VARIANT_FALSE;
-}
 
 }  // namespace vofs::testing
