@@ -1,7 +1,7 @@
 // Paths: the text rules as tables (parsing, root scan, relative part, platform form, join,
 // names and parents of path texts), and the Path object where a script cannot reach it
-// (tests/scripts/paths.vbs is the script client): arrays of String, mapped drives through
-// the seam, and dispatch through _IPath on its own.
+// (tests/scripts/paths.vbs is the script client): arrays of String and mapped drives
+// through the seam.
 
 #include "common/platform_api.h"
 #include "paths/path.h"
@@ -57,7 +57,7 @@ const ParseCase kParseCases[] = {
     {L"z:", nullptr, 'L', L"", L"z:", L"z:", L"\\", L"\\\\?\\z:\\", L"z:\\"},
 };
 
-TEST(ParsePath, Table) {
+TEST(ParsePath, TableAndTextThatIsNoPath) {
     for (const ParseCase& c : kParseCases) {
         SCOPED_TRACE(Narrow(c.input));
         const std::optional<ParsedPath> parsed = ParsePath(c.input);
@@ -77,9 +77,6 @@ TEST(ParsePath, Table) {
         EXPECT_EQ(PlatformForm(*parsed, true), c.platformWide);
         EXPECT_EQ(PlatformForm(*parsed, false), c.platformAnsi);
     }
-}
-
-TEST(ParsePath, TextThatIsNoPath) {
     for (const wchar_t* text : {L"", L"   ", L"dir\\file", L"\\\\srv", L"//srv/sh", L"\\dir", L"1:\\x",
                                 L"{:\\x", L"@:", L"\\\\?\\", L"\\\\?\\UNC\\", L"C"}) {
         EXPECT_FALSE(ParsePath(text).has_value()) << Narrow(text);
@@ -139,12 +136,8 @@ TEST(PathText, NamesParentsAndNormalForms) {
 
 TEST(PathObject, ConcatTakesArraysOfStringAndNothing) {
     ComPtr<Path> path = Path::Parse(L"C:\\Data\\");
-    SAFEARRAYBOUND bound{2, 1};  // as early-bound callers pass it: String, based at 1
-    SAFEARRAY* strings = SafeArrayCreate(VT_BSTR, 1, &bound);
-    for (LONG i = 1; i <= 2; ++i) {
-        Bstr item(i == 1 ? L"x" : L"y/z");
-        SafeArrayPutElement(strings, &i, item.Get());
-    }
+    SAFEARRAY* strings = SafeArrayCreateVector(VT_BSTR, 1, 2);  // as early-bound callers pass it: String, based at 1
+    for (LONG i : {1, 2}) SafeArrayPutElement(strings, &i, Bstr(i == 1 ? L"x" : L"y/z").Get());
     VARIANT array;
     V_VT(&array) = VT_ARRAY | VT_BSTR;
     V_ARRAY(&array) = strings;
@@ -187,21 +180,6 @@ TEST(PathObject, LogicalPathToUnc) {
     EXPECT_EQ(TakeError(path->LogicalPathToUnc(Bstr(L"relative\\x").Get(), text.Receive())).number, RunTime(5));
     EXPECT_EQ(Raised(TakeError(path->LogicalPathToUnc(Bstr(L"Y:\\x").Get(), text.Receive()))),
               Raised(L"Path", System(ERROR_EXTENDED_ERROR)));
-}
-
-TEST(PathObject, DispatchesThroughEachInterfaceOnItsOwn) {
-    ComPtr<Path> path = Path::Parse(L"C:\\a\\b");
-    ComPtr<_IPath> abstract;
-    ASSERT_EQ(path.As(&abstract), S_OK);
-    EXPECT_EQ(TypeNameOf(abstract.Get()), L"_IPath");
-
-    // The default member (FullPath) through _IPath's own dispatch.
-    DISPPARAMS none{};
-    Variant result;
-    ASSERT_EQ(abstract->Invoke(DISPID_VALUE, IID_NULL, 0, DISPATCH_PROPERTYGET, &none, result.Get(), nullptr, nullptr),
-              S_OK);
-    EXPECT_EQ(ToString(*result.Get()), L"C:\\a\\b");
-    EXPECT_EQ(Path::From(abstract.Get()).Get(), path.Get()) << "the library finds its own object";
 }
 
 }  // namespace
