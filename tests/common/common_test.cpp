@@ -1,7 +1,7 @@
 // The common layer: platform error codes as automation errors (the text lookup for every
 // code range, through the seam where Wine has no text, and RaiseSystemError), 64-bit values
-// at the boundary (sizes, precise values, positions, and handles and addresses that must come
-// back exactly from a Long or raise error 6), and the folder browser.
+// at the boundary (sizes, precise values, positions, and addresses that must come back
+// exactly from a Long), and the folder browser.
 
 #include "common/browse_dialog.h"
 #include "common/decimal.h"
@@ -174,17 +174,6 @@ TEST(LargeValues, PositionsComeFromLongsDecimalsAndOtherNumbers) {
     const Variant tooLarge = Variant::FromDecimal(DecimalFromUnsigned(UINT64_MAX));
     EXPECT_EQ(CaughtError([&] { LargeValueFrom(*tooLarge.Get()); }).number, RunTime(6));
     EXPECT_EQ(CaughtError([&] { LargeValueFrom(*StringValue(L"far").Get()); }).number, RunTime(13));
-}
-
-TEST(LongHandles, ValuesCrossOnlyWhenTheLongGivesThemBack) {
-    for (intptr_t value : {intptr_t{0}, intptr_t{-1}, intptr_t{0x7FFFFFFF}, intptr_t{-0x7FFFFFFF - 1}}) {
-        EXPECT_EQ(static_cast<intptr_t>(ExactLong(value)), value);
-    }
-#ifdef _WIN64
-    for (intptr_t value : {intptr_t{0x80000000}, intptr_t{1} << 32, -(intptr_t{1} << 40)}) {
-        EXPECT_EQ(CaughtError([&] { ExactLong(value); }).number, RunTime(6)) << static_cast<long long>(value);
-    }
-#endif
 }
 
 TEST(LowMemory, BlocksOfEverySizeHaveExactLongAddresses) {
