@@ -29,11 +29,6 @@ protected:
         return std::wstring(output.View());
     }
 
-    bool Exists(const std::wstring& path) {
-        Variant missing = Missing();
-        return ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FileExists, Bstr(path).Get(), missing.Get());
-    }
-
     // "," stands for the user's grouping, "#" for the decimal point.
     static std::wstring Grouped(std::wstring text) {
         wchar_t separator[8] = {}, point[8] = {};
@@ -97,12 +92,14 @@ TEST_F(FileSystemLibTest, UnreadableItemsAnswerFromTheirParentOrRaise) {
     deniedPath = scratch / L"locked";
     for (DWORD code : {DWORD{ERROR_ACCESS_DENIED}, DWORD{ERROR_SHARING_PAUSED}}) {
         deniedError = code;
-        EXPECT_TRUE(Exists(deniedPath)) << code;
+        EXPECT_TRUE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FileExists, Bstr(deniedPath).Get(), Missing().Get()))
+            << code;
         EXPECT_TRUE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FolderExists, Bstr(deniedPath).Get()))
             << "the parent's attributes are a folder's";
     }
     deniedPath = scratch / L"missing-parent\\locked";
-    EXPECT_FALSE(Exists(deniedPath)) << "the parent cannot be read either";
+    EXPECT_FALSE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FileExists, Bstr(deniedPath).Get(), Missing().Get()))
+        << "the parent cannot be read either";
     deniedError = ERROR_INVALID_NAME;
     VARIANT_BOOL result;
     const ErrorRecord error = TakeError(library_->FileExists(Bstr(deniedPath).Get(), Missing().Get(), &result));

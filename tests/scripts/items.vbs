@@ -32,7 +32,6 @@ Check "CreationTime reads the last-write time", item.CreationTime, item.LastWrit
 Check "Path", item.Path.FullPath, scratch & "\report 2026.txt"
 Set x = item.Parent
 Check "Parent is the folder", x.Path.FullPath & x.IsFolder, scratch & "True"
-Check "IsSupported of every member", x.IsSupported(0) And x.IsSupported(11) And x.IsSupported(22), True
 item.Attributes = 1
 Check "Attributes written to disk and to the item", (fso.GetFile(scratch & "\report 2026.txt").Attributes And 1) & item.Attributes, "11"
 item.Attributes = 32
