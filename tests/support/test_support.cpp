@@ -22,13 +22,6 @@ std::wstring Raised(std::wstring_view source, HRESULT number) {
     return std::wstring(source) + text;
 }
 
-std::wstring TypeNameOf(IDispatch* object) {
-    ComPtr<ITypeInfo> info;
-    Bstr name;
-    if (object->GetTypeInfo(0, 0, &info) == S_OK) info->GetDocumentation(MEMBERID_NIL, name.Receive(), nullptr, nullptr, nullptr);
-    return std::wstring(name.View());
-}
-
 std::wstring ProgramFolder() {
     wchar_t path[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, path, MAX_PATH);

@@ -40,9 +40,6 @@ ErrorRecord CaughtError(Call call) {
 inline constexpr HRESULT RunTime(long number) { return static_cast<HRESULT>(0x800A0000UL | number); }
 inline constexpr HRESULT System(long code) { return static_cast<HRESULT>(0x80070000UL + code); }
 
-// The type name a script host shows for an object (TypeName): its type information's name.
-std::wstring TypeNameOf(IDispatch* object);
-
 // The folder of the running test program (the DLL is built next to it).
 std::wstring ProgramFolder();
 
