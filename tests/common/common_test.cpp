@@ -155,16 +155,12 @@ TEST(LargeValues, SizesAreLongsUntilTheHighWordIsUsedAndPreciseValuesAreDecimals
 }
 
 TEST(LargeValues, PositionsComeFromLongsDecimalsAndOtherNumbers) {
-    DECIMAL fraction{};
-    VarDecFromR8(2.5, &fraction);
-    DECIMAL negative = DecimalFromUnsigned(1ULL << 40);
-    negative.sign = DECIMAL_NEG;
     Variant target = Variant::FromDecimal(DecimalFromUnsigned(1ULL << 33));
     const std::pair<Variant, int64_t> cases[] = {
         {LongValue(-5), -5},
         {Variant::FromDecimal(DecimalFromUnsigned((1ULL << 40) + 7)), (1LL << 40) + 7},
-        {Variant::FromDecimal(negative), -(1LL << 40)},
-        {Variant::FromDecimal(fraction), 2},  // half to even
+        {Coerced(DoubleValue(-1099511627776.0), VT_DECIMAL), -(1LL << 40)},
+        {Coerced(DoubleValue(2.5), VT_DECIMAL), 2},  // half to even
         {DoubleValue(6442450944.0), 6442450944LL},
         {StringValue(L"12"), 12},
         {Variant(), 0},
