@@ -143,7 +143,9 @@ TEST(RaiseSystemError, NumberSourceAndDescription) {
     EXPECT_EQ(HostApplicationName().substr(0, 13), L"vofslib_tests");
 }
 
-TEST(LargeValues, SizesAreLongsUntilTheHighWordIsUsedAndPreciseValuesAreDecimals) {
+// Sizes are Longs until the high word is used, precise values Decimals; positions come from
+// Longs, Decimals and other numbers.
+TEST(LargeValues, SizesPreciseValuesAndPositions) {
     for (uint64_t value : {0ULL, 5ULL, 0x7FFFFFFFULL, 0x80000000ULL, 0xFFFFFFFFULL, 0x100000000ULL, 5ULL << 32 | 7,
                            0x8000000000000000ULL, UINT64_MAX}) {
         EXPECT_EQ(PreciseOf(PreciseValue(value)), value);
@@ -152,9 +154,7 @@ TEST(LargeValues, SizesAreLongsUntilTheHighWordIsUsedAndPreciseValuesAreDecimals
         // From 2^31 on, the Long is negative.
         EXPECT_EQ(value >> 32 ? PreciseOf(size) : static_cast<uint32_t>(V_I4(size.Get())), value);
     }
-}
 
-TEST(LargeValues, PositionsComeFromLongsDecimalsAndOtherNumbers) {
     Variant target = Variant::FromDecimal(DecimalFromUnsigned(1ULL << 33));
     const std::pair<Variant, int64_t> cases[] = {
         {LongValue(-5), -5},

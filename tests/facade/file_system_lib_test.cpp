@@ -22,11 +22,7 @@ protected:
     void SetUp() override { library_ = FileSystemLib::Make(); }
 
     std::wstring ByteDisplay(const Variant& value, long type = 0) {
-        Bstr output;
-        const HRESULT result =
-            library_->FormatByteDisplay(*value.Get(), static_cast<ByteDisplayTypes>(type), output.Receive());
-        EXPECT_EQ(result, S_OK);
-        return std::wstring(output.View());
+        return TextOf(library_.Get(), &_FileSystemLib::FormatByteDisplay, *value.Get(), static_cast<ByteDisplayTypes>(type));
     }
 
     // "," stands for the user's grouping, "#" for the decimal point.
