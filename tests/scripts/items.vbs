@@ -50,8 +50,7 @@ Check "missing item", item.Exists & item.Name, "Falselater.txt"
 MakeFile scratch & "\later.txt", ""
 Check "the file appeared", item.Exists, True
 item.Name = "renamed.txt"
-Check "renamed on disk", fso.FileExists(scratch & "\renamed.txt"), True
-Check "the item keeps its path", item.Path.Name, "later.txt"
+Check "renamed on disk; the item keeps its path", fso.FileExists(scratch & "\renamed.txt") & item.Path.Name, "Truelater.txt"
 item.Refresh
 Check "and no longer exists", item.Exists, False
 

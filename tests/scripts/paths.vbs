@@ -32,8 +32,7 @@ Check "ConcatPlatformPath", p.ConcatPlatformPath(Array("q")), "\\?\C:\Data\q"
 Check "ConcatPlatformPathObject", p.ConcatPlatformPathObject(Array("q")).FullPath, "C:\Data\q"
 
 ' ---- platform forms and the wide-call setting
-Check "WideCallSupport starts at AutoDetect", lib.WideCallSupport, 0
-Check "GetPlatformPath wide", lib.GetPlatformPath("C:\a") & " " & lib.GetPlatformPath("\\srv\sh\a"), "\\?\C:\a \\?\UNC\srv\sh\a"
+Check "WideCallSupport starts at AutoDetect: GetPlatformPath wide", lib.WideCallSupport & " " & lib.GetPlatformPath("C:\a") & " " & lib.GetPlatformPath("\\srv\sh\a"), "0 \\?\C:\a \\?\UNC\srv\sh\a"
 lib.WideCallSupport = 1
 Check "GetPlatformPath ANSI", lib.GetPlatformPath("C:\a") & " " & lib.GetPlatformPath("\\srv\sh\a"), "C:\a \\srv\sh\a"
 lib.WideCallSupport = 2
@@ -53,13 +52,11 @@ fso.CreateTextFile(file).Close
 strict = True
 Check "FileExists of a file, strict in a variable", lib.FileExists(file) & lib.FileExists(file, strict), "TrueTrue"
 Check "FileExists of a folder, strict or not", lib.FileExists(folder) & lib.FileExists(folder, True), "TrueFalse"
-Check "FileExists of a missing file", lib.FileExists(scratch & "\missing\x.txt"), False
-Check "FolderExists of a folder and a file", lib.FolderExists(folder) & lib.FolderExists(file), "TrueFalse"
+Check "FileExists of a missing file, FolderExists of a folder and a file", lib.FileExists(scratch & "\missing\x.txt") & lib.FolderExists(folder) & lib.FolderExists(file), "FalseTrueFalse"
 Check "GetUniqueTempName", lib.GetUniqueTempName("report", , scratch), scratch & "\rep~0001.tmp"
 fso.CreateTextFile(scratch & "\rep~0001.tmp").Close
 fso.CreateFolder scratch & "\rep~0002.tmp"
-Check "GetUniqueTempName passes over files and folders", lib.GetUniqueTempName("report", "tmp", scratch & "\"), scratch & "\rep~0003.tmp"
-Check "GetUniqueTempName creates nothing", lib.FileExists(scratch & "\rep~0003.tmp"), False
+Check "GetUniqueTempName passes over files and folders and creates nothing", lib.GetUniqueTempName("report", "tmp", scratch & "\") & lib.FileExists(scratch & "\rep~0003.tmp"), scratch & "\rep~0003.tmpFalse"
 temp = lib.GetTempFolderPath()
 Check "GetTempFolderPath is a folder ending in a separator", Right(temp, 1) & lib.FolderExists(temp), "\True"
 Check "GetUniqueTempName defaults", Left(lib.GetUniqueTempName(), Len(temp)), temp

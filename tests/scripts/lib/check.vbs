@@ -1,7 +1,6 @@
 ' Checks for script clients. Each check prints its name after "- ", so that a script that
 ' stops early shows the last check it reached; a failed one prints a line starting with
-' FAIL. Done prints the verdict the test runner looks for when none failed. (The counters start Empty,
-' which counts as 0.)
+' FAIL. Done prints the verdict the runner looks for when none failed. (Counters start Empty.)
 Dim gChecks, gFailures
 
 Sub Reached(name)
