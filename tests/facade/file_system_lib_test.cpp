@@ -88,9 +88,9 @@ TEST_F(FileSystemLibTest, UnreadableItemsAnswerFromTheirParentOrRaise) {
     deniedPath = scratch / L"locked";
     for (DWORD code : {DWORD{ERROR_ACCESS_DENIED}, DWORD{ERROR_SHARING_PAUSED}}) {
         deniedError = code;
-        EXPECT_TRUE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FileExists, Bstr(deniedPath).Get(), Missing().Get()))
-            << code;
-        EXPECT_TRUE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FolderExists, Bstr(deniedPath).Get()))
+        Bstr path(deniedPath);
+        EXPECT_TRUE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FileExists, path.Get(), Missing().Get())) << code;
+        EXPECT_TRUE(ValueOf<VARIANT_BOOL>(library_.Get(), &_FileSystemLib::FolderExists, path.Get()))
             << "the parent's attributes are a folder's";
     }
     deniedPath = scratch / L"missing-parent\\locked";

@@ -415,7 +415,8 @@ TEST_F(FolderItems, EverySearchIsClosedOnce) {
     EXPECT_EQ(opened - closed, 0) << "released while open";
     walk = Opened(L"");
     for (VARIANT_BOOL more = VARIANT_TRUE; more;) {
-        auto entry = ValueOf<ComPtr<_IFolderItem>>(static_cast<_IFolderEnumerator*>(walk.Get()), &_IFolderEnumerator::GetFolderItem);
+        auto entry =
+            ValueOf<ComPtr<_IFolderItem>>(static_cast<_IFolderEnumerator*>(walk.Get()), &_IFolderEnumerator::GetFolderItem);
         ValueOf<ComPtr<_IFolderItem>>(entry.Get(), &_IFolderItem::get_Parent);
         ASSERT_EQ(walk->GetNextItem(&more), S_OK);
     }
