@@ -1,19 +1,21 @@
-// The error convention as a JScript client sees it (JScript errors carry the number
-// and the description; they have no source).
+// The error convention and late binding as a JScript client sees them (JScript errors
+// carry the number and the description, no source), and Volumes walked with Enumerator.
 var lib = new ActiveXObject("VOFSL.FileSystemLib");
 
 checkError("WideCallSupport out of range", function () { lib.WideCallSupport = 3; },
-           0x800A0005, null, "Invalid procedure call or argument");
-checkError("FileExists of nothing", function () { lib.FileExists(""); },
-           0x800A0005, null, "Invalid procedure call or argument");
+           0x800A0005, "Invalid procedure call or argument");
 checkError("FormatByteDisplay of text", function () { lib.FormatByteDisplay("lots"); },
-           0x800A000D, null, "Type mismatch");
+           0x800A000D, "Type mismatch");
 checkError("a member of a later class", function () { lib.OpenBackupStreamReader("C:\\x.txt"); },
-           0x80004001, null, "OpenBackupStreamReader is not available in this version of the library.");
-
+           0x80004001, "OpenBackupStreamReader is not available in this version of the library.");
 check("optional arguments may be left out", lib.FormatByteDisplay(1024), "1 KB");
-check("FileExists with Strict", lib.FileExists("C:\\windows", true), false);
-check("FileExists without Strict", lib.FileExists("C:\\windows"), true);
-check("NameFromPath", lib.NameFromPath("C:\\a\\b.txt"), "b.txt");
-check("WideCallSupport", lib.WideCallSupport, 0);
+
+var vols = lib.Volumes, names = [];
+for (var e = new Enumerator(vols); !e.atEnd(); e.moveNext()) names.push(e.item().VolumeName);
+check("the Enumerator visits Count volumes, c: first", names.length + names[0], vols.Count + "C:\\");
+var c = vols("c");
+check("the default member by letter, path and position", vols.Item("c:\\windows") === c && vols(1) === c, true);
+check("an unknown key gives null", vols("q"), null);
+check("flags are Booleans", typeof c.CasePreservedNames, "boolean");
+checkError("BindToVolume of no drive", function () { vols.BindToVolume("Q:\\"); }, 0x80070003, null);
 done();

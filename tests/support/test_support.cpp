@@ -1,32 +1,26 @@
 #include "support/test_support.h"
 
 #include <atomic>
+#include <filesystem>
+#include <fstream>
 
 namespace vofs::testing {
-namespace {
 
-void RemoveTree(const std::wstring& path) {
-    WIN32_FIND_DATAW entry;
-    HANDLE search = FindFirstFileW((path + L"\\*").c_str(), &entry);
-    if (search != INVALID_HANDLE_VALUE) {
-        do {
-            const std::wstring name = entry.cFileName;
-            if (name == L"." || name == L"..") continue;
-            const std::wstring child = path + L"\\" + name;
-            SetFileAttributesW(child.c_str(), FILE_ATTRIBUTE_NORMAL);
-            if (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-                RemoveTree(child);
-            } else {
-                DeleteFileW(child.c_str());
-            }
-        } while (FindNextFileW(search, &entry));
-        FindClose(search);
+ErrorRecord TakeError(HRESULT number) {
+    ComPtr<IErrorInfo> info;
+    Bstr source, description;
+    if (GetErrorInfo(0, &info) == S_OK && info) {
+        info->GetSource(source.Receive());
+        info->GetDescription(description.Receive());
     }
-    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-    RemoveDirectoryW(path.c_str());
+    return {number, std::wstring(source.View()), std::wstring(description.View())};
 }
 
-}  // namespace
+std::wstring Raised(std::wstring_view source, HRESULT number) {
+    wchar_t text[16] = {};
+    swprintf(text, 16, L" 0x%08lX", static_cast<unsigned long>(number));
+    return std::wstring(source) + text;
+}
 
 std::wstring ProgramFolder() {
     wchar_t path[MAX_PATH] = {};
@@ -40,20 +34,17 @@ ScratchFolder::ScratchFolder() {
     wchar_t temp[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, temp);
     path_ = std::wstring(temp) + L"vofs-test-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++counter);
-    RemoveTree(path_);
     CreateDirectoryW(path_.c_str(), nullptr);
 }
 
-ScratchFolder::~ScratchFolder() { RemoveTree(path_); }
+ScratchFolder::~ScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
 
 std::wstring ScratchFolder::WriteFile(const std::wstring& name, const std::string& content) const {
     const std::wstring path = *this / name;
-    HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) {
-        DWORD written = 0;
-        ::WriteFile(file, content.data(), static_cast<DWORD>(content.size()), &written, nullptr);
-        CloseHandle(file);
-    }
+    std::ofstream(std::filesystem::path(path), std::ios::binary) << content;
     return path;
 }
 
@@ -63,13 +54,55 @@ std::wstring ScratchFolder::MakeFolder(const std::wstring& name) const {
     return path;
 }
 
-Variant LongValue(LONG value) { return Variant::FromLong(value); }
-Variant StringValue(const std::wstring& value) { return Variant::FromString(value); }
 Variant DoubleValue(double value) {
     Variant result;
     V_VT(result.Get()) = VT_R8;
     V_R8(result.Get()) = value;
     return result;
 }
+Variant Coerced(const Variant& value, VARTYPE type) {
+    Variant result;
+    EXPECT_EQ(VariantChangeType(result.Get(), const_cast<VARIANT*>(value.Get()), 0, type), S_OK);
+    return result;
+}
+Variant NullValue() {
+    Variant result;
+    V_VT(result.Get()) = VT_NULL;
+    return result;
+}
+Variant Missing() {
+    Variant result;
+    V_VT(result.Get()) = VT_ERROR;
+    V_ERROR(result.Get()) = DISP_E_PARAMNOTFOUND;
+    return result;
+}
+Variant ByReference(Variant& target) {
+    Variant result;
+    V_VT(result.Get()) = VT_BYREF | VT_VARIANT;
+    V_VARIANTREF(result.Get()) = target.Get();
+    return result;
+}
+
+std::string Narrow(std::wstring_view text) {
+    std::string result;
+    for (wchar_t c : text) result += c < 128 ? static_cast<char>(c) : '?';
+    return result;
+}
+
+uint64_t PreciseOf(const Variant& value) {
+    EXPECT_EQ(value.Type(), VT_DECIMAL);
+    const DECIMAL& number = V_DECIMAL(value.Get());
+    EXPECT_EQ(number.scale + number.sign + number.Hi32, 0u);
+    return uint64_t{number.Mid32} << 32 | number.Lo32;
+}
 
 }  // namespace vofs::testing
+
+// Every test runs on a single-threaded apartment, as the library's objects do in a script host.
+int main(int argc, char** argv) {
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    testing::InitGoogleTest(&argc, argv);
+    const int result = RUN_ALL_TESTS();
+    CoUninitialize();
+    return result;
+}

@@ -7,7 +7,11 @@
 #include "common/thread_state.h"
 #include "common/variant.h"
 
+#include <gtest/gtest.h>
+
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace vofs::testing {
 
@@ -17,19 +21,10 @@ struct ErrorRecord {
     std::wstring source;
     std::wstring description;
 };
-
-inline ErrorRecord TakeError(HRESULT number) {
-    ErrorRecord record{number, {}, {}};
-    ComPtr<IErrorInfo> info;
-    if (GetErrorInfo(0, &info) == S_OK && info) {
-        Bstr source, description;
-        info->GetSource(source.Receive());
-        info->GetDescription(description.Receive());
-        record.source = source.View();
-        record.description = description.View();
-    }
-    return record;
-}
+ErrorRecord TakeError(HRESULT number);
+// "Source 0x800A0005": where an error came from and its number, as one comparable text.
+std::wstring Raised(std::wstring_view source, HRESULT number);
+inline std::wstring Raised(const ErrorRecord& error) { return Raised(error.source, error.number); }
 
 // The error an AutomationError-throwing library routine raised.
 template <class Call>
@@ -76,8 +71,35 @@ private:
     long saved_;
 };
 
-Variant LongValue(LONG value);
-Variant StringValue(const std::wstring& value);
+inline Variant LongValue(LONG value) { return Variant::FromLong(value); }
+inline Variant StringValue(const std::wstring& value) { return Variant::FromString(value); }
 Variant DoubleValue(double value);
+Variant NullValue();
+// The value converted as oleaut32 converts it (VariantChangeType).
+Variant Coerced(const Variant& value, VARTYPE type);
+// An optional argument left out, as a script host passes it.
+Variant Missing();
+// A script variable passed to a member: a reference to the Variant that holds its value.
+Variant ByReference(Variant& target);
+
+std::string Narrow(std::wstring_view text);
+
+// The value of an unsigned Decimal of scale 0, the shape precise values and large sizes take.
+uint64_t PreciseOf(const Variant& value);
+
+// The text or value an interface member hands out through its last parameter, which must
+// succeed: TextOf(path, &_Path::get_Name), ValueOf<LONG>(path, &_Path::get_SegmentCount).
+template <class Object, class Member, class... Arguments>
+std::wstring TextOf(Object* object, Member member, Arguments... arguments) {
+    Bstr text;
+    EXPECT_EQ((object->*member)(arguments..., text.Receive()), S_OK);
+    return std::wstring(text.View());
+}
+template <class Value, class Object, class Member, class... Arguments>
+Value ValueOf(Object* object, Member member, Arguments... arguments) {
+    Value value{};
+    EXPECT_EQ((object->*member)(arguments..., &value), S_OK);
+    return value;
+}
 
 }  // namespace vofs::testing
