@@ -133,7 +133,9 @@ TEST_F(Streams, SizesAndTimesKeepTheirShapes) {
         Variant value;
         EXPECT_EQ(file->get_Size(value.Get()), S_OK);
         EXPECT_EQ(value.Type(), h ? VT_DECIMAL : VT_I4) << "3 GB is a negative Long, above 4 GB a Decimal";
-        if (!h) EXPECT_EQ(V_I4(value.Get()), static_cast<LONG>(0xC0000000));
+        if (!h) {
+            EXPECT_EQ(V_I4(value.Get()), static_cast<LONG>(0xC0000000));
+        }
     }
     ComPtr<_TextStream> text = OpenText(L"f.bin", ForReading);
     ASSERT_TRUE(text);
