@@ -165,6 +165,22 @@ private:
         else pool_[roots_ + Pick(pool_.size() - roots_)] = std::move(object);
     }
 
+    // Two kinds of first argument are a caller's own fault, not the library's: a number as
+    // a stream buffer is a raw address in this process (a random one would overwrite this
+    // program), and a length or seek target beyond 1 MB makes sparse files of gigabytes that
+    // a folder copy would then write out. They are replaced by harmless values.
+    void KeepHarmless(const std::wstring& member, VARIANT& first) {
+        const bool transfer = member == L"ReadStream" || member == L"WriteStream";
+        VARIANT number;
+        VariantInit(&number);
+        const bool large = (member == L"SetLength" || member == L"SeekPosition") &&
+                           SUCCEEDED(VariantChangeType(&number, &first, 0, VT_R8)) && std::fabs(V_R8(&number)) > (1 << 20);
+        if (!large && !(transfer && (V_VT(&first) == VT_I4 || V_VT(&first) == VT_I8))) return;
+        VariantClear(&first);
+        V_VT(&first) = VT_I4, V_I4(&first) = static_cast<LONG>(random_() % (1 << 20));
+        if (transfer) V_VT(&first) = VT_BSTR, V_BSTR(&first) = SysAllocString(L"buffer");
+    }
+
     std::wstring RandomText() {
         static const wchar_t* known[] = {L"", L"a", L"a\\x.txt", L"a\\b", L"z.txt", L"..", L".", L"*", L"*.txt",
                                          L"a\\..\\..\\..", L"ftp://host/a/b", L"ftp://u:p@host:21/x", L"\\\\srv\\sh\\x",
@@ -238,17 +254,7 @@ private:
                 RandomValue(args[i], type);
             }
         }
-        // Files stay small: a length or seek target beyond 1 MB would make sparse files of
-        // gigabytes that the next folder copy then writes out in full.
-        if (count && (member == L"SetLength" || member == L"SeekPosition")) {
-            VARIANT& first = V_VT(&args[count - 1]) == (VT_BYREF | VT_VARIANT) ? referenced[count - 1] : args[count - 1];
-            VARIANT number;
-            VariantInit(&number);
-            if (SUCCEEDED(VariantChangeType(&number, &first, 0, VT_R8)) && std::fabs(V_R8(&number)) > (1 << 20)) {
-                VariantClear(&first);
-                V_VT(&first) = VT_I4, V_I4(&first) = static_cast<LONG>(random_() % (1 << 20));
-            }
-        }
+        if (count) KeepHarmless(member, V_VT(&args[count - 1]) == (VT_BYREF | VT_VARIANT) ? referenced[count - 1] : args[count - 1]);
         WORD flags = f.invkind == INVOKE_FUNC ? DISPATCH_METHOD : static_cast<WORD>(f.invkind);
         if (Pick(10) == 0) flags = static_cast<WORD>(1 + Pick(8));
         std::vector<DISPID> names;

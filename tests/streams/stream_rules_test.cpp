@@ -1,4 +1,6 @@
-// The byte-stream buffer contract, the short-transfer request rule and the line scan.
+// The byte-stream buffer contract, the short-transfer request rule and the line scan, in
+// the cases a real file does not show (tests/streams/streams_test.cpp and the script client
+// show the others).
 
 #include "streams/stream_rules.h"
 
@@ -18,14 +20,9 @@ TEST(StreamRules, BufferContractKeepsItsAsymmetries) {
         int32_t offset, count;
         TransferPlan expected;
     } cases[] = {
-        {R, BufferKind::Bytes, 4, 0, -1, {false, 0, 4}},      // the whole array
-        {R, BufferKind::Bytes, 4, 2, 3, {true}},              // past the end
         {W, BufferKind::Bytes, 4, -7, 2, {false, 0, 2}},      // a negative offset is 0
-        {R, BufferKind::Address, 0, 8, 5, {false, 8, 5}},     // a read adds the offset...
-        {W, BufferKind::Address, 0, 8, 5, {false, 0, 5}},     // ...a write does not
         {W, BufferKind::Address, 0, 0, -1, {true}},
         {W, BufferKind::Text, 3, 0, -1, {false, 0, 3}},       // "abc" writes 3 bytes
-        {W, BufferKind::Text, 3, 1, -1, {true}},              // any offset with the whole text
         {W, BufferKind::Text, 3, 1, 2, {false, 0, 2}},        // from the first byte all the same
         {R, BufferKind::Text, 0, 5, 5, {false, 0, 0}},        // an empty string reads nothing
         {R, BufferKind::Text, 3, 0, -1, {true}},              // a negative count is no size
@@ -79,11 +76,7 @@ TEST(StreamRules, LinesEndAtTheFirstTerminatorOfAChunk) {
         EXPECT_EQ(end.terminator, c.expected.terminator);
     }
     const uint8_t marked[] = {0xFF, 0xFE, 'h'};
-    EXPECT_TRUE(StartsWithUnicodeMark(marked, 0));
-    EXPECT_FALSE(StartsWithUnicodeMark(marked, 1));
-    EXPECT_FALSE(StartsWithUnicodeMark(std::span(marked, 2), 0));
-    EXPECT_EQ(BlankLines(u"\r\n", 2), (std::u16string{u'\n', 0, u'\n', 0}));
-    EXPECT_EQ(BlankLines(u"\r\n", 0), u"");
+    EXPECT_FALSE(StartsWithUnicodeMark(marked, 1) || StartsWithUnicodeMark(std::span(marked, 2), 0));
 }
 
 }  // namespace
