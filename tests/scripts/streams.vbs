@@ -5,7 +5,7 @@ Set lib = CreateObject("VOFSL.FileSystemLib")
 dir = WScript.Arguments(0) & "\"
 
 ' A byte stream: String buffers are written as ANSI bytes; the read asymmetries hold.
-Set s = lib.OpenStream(dir & "bytes.bin", 2, &HC0000000, 0, 0)
+Set s = lib.OpenStream(dir & "bytes.bin", 2, &HC0000000, 3, 0)
 Check "WriteStream of a String", s.WriteStream("abc"), 3
 Check "Length", s.Length, 3
 Check "Position", s.Position, 3
