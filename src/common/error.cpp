@@ -20,6 +20,7 @@ std::wstring RunTimeErrorText(long number) {
         case 7: return L"Out of memory";
         case 9: return L"Subscript out of range";
         case 13: return L"Type mismatch";
+        case 91: return L"Object variable not set";
         case 51: return L"Internal error";
         case 380: return L"Invalid property value";
         case 425: return L"Invalid object use";

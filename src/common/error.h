@@ -19,6 +19,7 @@ enum class RunTimeError : long {
     OutOfMemory = 7,
     SubscriptOutOfRange = 9,
     TypeMismatch = 13,
+    ObjectNotSet = 91,           // a member of an object that does not exist
     InternalError = 51,
     InvalidPropertyValue = 380,  // bad seek origin, empty new-line text
     InvalidObjectUse = 425,

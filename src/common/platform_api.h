@@ -87,6 +87,25 @@ struct PlatformApi {
     VOFS_PLATFORM_CALL(WriteFileEx)
     VOFS_PLATFORM_CALL(CancelIo)
     VOFS_PLATFORM_CALL(SleepEx)
+    // token privileges
+    VOFS_PLATFORM_CALL(OpenThreadToken)
+    VOFS_PLATFORM_CALL(OpenProcessToken)
+    VOFS_PLATFORM_CALL(GetTokenInformation)
+    VOFS_PLATFORM_CALL(LookupPrivilegeNameA)
+    VOFS_PLATFORM_CALL(LookupPrivilegeValueA)
+    VOFS_PLATFORM_CALL(LookupPrivilegeDisplayNameA)
+    VOFS_PLATFORM_CALL(PrivilegeCheck)
+    VOFS_PLATFORM_CALL(AdjustTokenPrivileges)
+    VOFS_PLATFORM_CALL(GetComputerNameW)
+    VOFS_PLATFORM_CALL(GetComputerNameA)
+    // impersonation
+    VOFS_PLATFORM_CALL(LogonUserA)
+    VOFS_PLATFORM_CALL(ImpersonateLoggedOnUser)
+    VOFS_PLATFORM_CALL(RevertToSelf)
+    VOFS_PLATFORM_CALL(WNetGetUserW)
+    VOFS_PLATFORM_CALL(WNetGetUserA)
+    VOFS_PLATFORM_CALL(GetUserNameW)
+    VOFS_PLATFORM_CALL(GetUserNameA)
 #undef VOFS_PLATFORM_CALL
 };
 

@@ -12,6 +12,8 @@
 #include "paths/path.h"
 #include "paths/path_text.h"
 #include "streams/folder_copy.h"
+#include "system/impersonator.h"
+#include "system/token_privileges.h"
 #include "system/volumes.h"
 
 namespace vofs {
@@ -23,6 +25,9 @@ std::wstring PlatformPathOf(BSTR text) { return Path::Parse(Bstr::View(text))->P
 void CheckFileOperation(bool succeeded) { CheckPlatformCall(succeeded, FileSystemLib::kClassName); }
 
 }  // namespace
+
+FileSystemLib::FileSystemLib() = default;
+FileSystemLib::~FileSystemLib() = default;
 
 HRESULT FileSystemLib::get_WideCallSupport(WideCallSupportOptions* value) {
     return Get(value, [] { return ThisThread().wideCallSupport; });
@@ -142,7 +147,10 @@ HRESULT FileSystemLib::SetErrorMode(VARIANT* NewValue, ErrorModes* value) {
 }
 
 HRESULT FileSystemLib::get_TokenPrivileges(_TokenPrivileges** value) {
-    return Get(value, []() -> ComPtr<_TokenPrivileges> { RaiseNotAvailable(L"TokenPrivileges"); });
+    return Get(value, [&] {
+        if (!tokenPrivileges_ && IsPlatformNT()) tokenPrivileges_ = TokenPrivileges::Make();
+        return tokenPrivileges_;
+    });
 }
 
 HRESULT FileSystemLib::get_Volumes(_Volumes** value) {
@@ -150,7 +158,10 @@ HRESULT FileSystemLib::get_Volumes(_Volumes** value) {
 }
 
 HRESULT FileSystemLib::get_Impersonator(_Impersonator** value) {
-    return Get(value, []() -> ComPtr<_Impersonator> { RaiseNotAvailable(L"Impersonator"); });
+    return Get(value, [&] {
+        if (!impersonator_ && IsPlatformNT()) impersonator_ = Impersonator::Make();
+        return impersonator_;
+    });
 }
 
 HRESULT FileSystemLib::FtpConnect(BSTR, VARIANT, VARIANT, VARIANT_BOOL, VARIANT_BOOL, InternetOpenMethods, LONG,

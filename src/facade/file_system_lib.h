@@ -8,6 +8,9 @@
 
 namespace vofs {
 
+class Impersonator;
+class TokenPrivileges;
+
 class FileSystemLib final : public ComObject<FileSystemLib, _FileSystemLib> {
 public:
     static constexpr wchar_t kClassName[] = L"FileSystemLib";
@@ -57,7 +60,12 @@ public:
 
 private:
     friend class ComObject<FileSystemLib, _FileSystemLib>;
-    FileSystemLib() = default;
+    FileSystemLib();
+    ~FileSystemLib() override;
+
+    // Made on first use (on the NT family only) and kept for this object's life.
+    ComPtr<TokenPrivileges> tokenPrivileges_;
+    ComPtr<Impersonator> impersonator_;
 };
 
 }  // namespace vofs

@@ -11,7 +11,7 @@
 namespace vofs {
 namespace {
 
-constexpr long kObjectNotSet = 91;
+constexpr long kObjectNotSet = static_cast<long>(RunTimeError::ObjectNotSet);
 
 // The name an error of `self` is reported under when the member left no error
 // information of its own: its class's name, or the interface's.
@@ -60,7 +60,7 @@ HRESULT ReportMemberFailure(HRESULT failure, IUnknown* self, ITypeInfo* info, EX
 HRESULT RaiseObjectNotSet(IUnknown* self, ITypeInfo* info, EXCEPINFO* exception) {
     const HRESULT number = HresultOfErrorNumber(kObjectNotSet);
     const std::wstring source = SourceOf(self, info);
-    const wchar_t description[] = L"Object variable not set";
+    const std::wstring description = RunTimeErrorText(kObjectNotSet);
     if (exception) {
         FillException(exception, number, source, description);
         return DISP_E_EXCEPTION;
