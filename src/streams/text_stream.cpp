@@ -18,10 +18,6 @@ namespace {
 constexpr LONG kChunkSize = 4096;
 constexpr wchar_t kInterfaceSource[] = L"ITextStream";
 
-std::span<const uint8_t> BytesOf(const std::string& text) {
-    return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-}
-
 // UTF-16 little-endian bytes as text; an odd last byte is no character.
 Bstr FromUtf16(std::string_view bytes) {
     std::wstring text(bytes.size() / 2, L'\0');
