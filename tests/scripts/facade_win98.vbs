@@ -34,4 +34,5 @@ lib.GetFolderItem(scratch & "\new\deeper").CreateFolder
 Check "CreateFolder", fso.FolderExists(scratch & "\new\deeper"), True
 lib.GetFolderItem(scratch & "\new").CascadeDelete "", True
 Check "CascadeDelete", fso.FolderExists(scratch & "\new"), False
+Check "no privileges and no Impersonator", (lib.TokenPrivileges Is Nothing) & (lib.Impersonator Is Nothing), "TrueTrue"
 Done
