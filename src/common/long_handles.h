@@ -19,4 +19,7 @@ LONG ExactLong(intptr_t value);
 inline LONG HandleAsLong(const void* handle) { return ExactLong(reinterpret_cast<intptr_t>(handle)); }
 inline LONG AddressAsLong(const void* address) { return ExactLong(reinterpret_cast<intptr_t>(address)); }
 
+// A Long handed back by a caller as the handle it stands for (sign-extended).
+inline HANDLE HandleFromLong(LONG value) { return reinterpret_cast<HANDLE>(static_cast<intptr_t>(value)); }
+
 }  // namespace vofs

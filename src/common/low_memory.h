@@ -5,12 +5,21 @@
 // that a 64-bit caller gets an exact address rather than an error.
 
 #include <cstddef>
+#include <cstdint>
+#include <memory>
 
 namespace vofs {
 
 // Raises std::bad_alloc when no low memory is left. FreeLow(nullptr) does nothing.
 void* AllocateLow(size_t bytes);
 void FreeLow(void* block) noexcept;
+
+// A block of low memory, freed when its owner goes.
+struct FreeLowBlock {
+    void operator()(uint8_t* block) const noexcept { FreeLow(block); }
+};
+using LowBlock = std::unique_ptr<uint8_t[], FreeLowBlock>;
+inline LowBlock AllocateLowBlock(size_t bytes) { return LowBlock(static_cast<uint8_t*>(AllocateLow(bytes))); }
 
 // A base for classes whose objects must live in low memory.
 struct LowMemoryObject {

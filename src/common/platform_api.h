@@ -87,6 +87,9 @@ struct PlatformApi {
     VOFS_PLATFORM_CALL(WriteFileEx)
     VOFS_PLATFORM_CALL(CancelIo)
     VOFS_PLATFORM_CALL(SleepEx)
+    VOFS_PLATFORM_CALL(BackupRead)
+    VOFS_PLATFORM_CALL(BackupSeek)
+    VOFS_PLATFORM_CALL(BackupWrite)
     // token privileges
     VOFS_PLATFORM_CALL(OpenThreadToken)
     VOFS_PLATFORM_CALL(OpenProcessToken)
