@@ -169,13 +169,24 @@ HRESULT FileSystemLib::FtpConnect(BSTR, VARIANT, VARIANT, VARIANT_BOOL, VARIANT_
     return Get(value, []() -> ComPtr<_FtpConnection> { RaiseNotAvailable(L"FtpConnect"); });
 }
 
-HRESULT FileSystemLib::OpenBackupStreamReader(BSTR, FileMode, FileAccess, FileShare, LONG, VARIANT_BOOL,
-                                              _BackupStreamReader** value) {
-    return Get(value, []() -> ComPtr<_BackupStreamReader> { RaiseNotAvailable(L"OpenBackupStreamReader"); });
+HRESULT FileSystemLib::OpenBackupStreamReader(BSTR Path, FileMode Mode, FileAccess Access, FileShare Share,
+                                              LONG BufferSize, VARIANT_BOOL IncludeSecurity, _BackupStreamReader** value) {
+    return Get(value, [&] {
+        ComPtr<_BackupStreamReader> reader;
+        CheckCall(FolderItem::Open(Bstr::View(Path))
+                      ->OpenBackupStreamReader(Mode, Access, Share, VARIANT_FALSE, BufferSize, IncludeSecurity, &reader));
+        return reader;
+    });
 }
 
-HRESULT FileSystemLib::OpenBackupStreamWriter(BSTR, FileMode, FileAccess, FileShare, _BackupStreamWriter** value) {
-    return Get(value, []() -> ComPtr<_BackupStreamWriter> { RaiseNotAvailable(L"OpenBackupStreamWriter"); });
+HRESULT FileSystemLib::OpenBackupStreamWriter(BSTR Path, FileMode Mode, FileAccess Access, FileShare Share,
+                                              _BackupStreamWriter** value) {
+    return Get(value, [&] {
+        ComPtr<_BackupStreamWriter> writer;
+        CheckCall(FolderItem::Open(Bstr::View(Path))
+                      ->OpenBackupStreamWriter(Mode, Access, Share, VARIANT_FALSE, VARIANT_FALSE, &writer));
+        return writer;
+    });
 }
 
 HRESULT FileSystemLib::OpenStream(BSTR Path, FileMode Mode, FileAccess Access, FileShare Share, OpenFileFlags Flags,

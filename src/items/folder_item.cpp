@@ -6,6 +6,8 @@
 #include "items/find_calls.h"
 #include "items/find_record.h"
 #include "items/folder_enumerator.h"
+#include "streams/backup_stream_reader.h"
+#include "streams/backup_stream_writer.h"
 #include "streams/file_stream.h"
 #include "streams/open_file.h"
 #include "streams/text_stream.h"
@@ -246,35 +248,68 @@ HRESULT FolderItem::put_Cached(VARIANT_BOOL value) {
     return Run([&] { cached_ = value != VARIANT_FALSE; });
 }
 
-// The backup streams over an item's file come with the backup classes.
-HRESULT FolderItem::OpenBackupStreamReader(FileMode, FileAccess, FileShare, VARIANT_BOOL, LONG, VARIANT_BOOL,
+HRESULT FolderItem::OpenBackupStreamReader(FileMode Mode, FileAccess Access, FileShare Share, VARIANT_BOOL Asynchronous,
+                                           LONG BufferSize, VARIANT_BOOL IncludeSecurity, _BackupStreamReader** value) {
+    return Get(value, [&] {
+        return OpenBackupReaderNow(Mode, Access, Share, Asynchronous != VARIANT_FALSE, BufferSize, IncludeSecurity != VARIANT_FALSE);
+    });
+}
+
+HRESULT FolderItem::OpenBackupStreamReader(VARIANT_BOOL Asynchronous, LONG BufferSize, VARIANT_BOOL IncludeSecurity,
                                            _BackupStreamReader** value) {
-    return Get(value, [&]() -> ComPtr<_BackupStreamReader> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenBackupStreamReader");
+    return OpenBackupStreamReader(FileMode{}, FileAccess{}, FileShare{}, Asynchronous, BufferSize, IncludeSecurity, value);
+}
+
+HRESULT FolderItem::OpenBackupStreamWriter(FileMode Mode, FileAccess Access, FileShare Share, VARIANT_BOOL Asynchronous,
+                                           VARIANT_BOOL IncludeSecurity, _BackupStreamWriter** value) {
+    return Get(value, [&] {
+        return OpenBackupWriterNow(Mode, Access, Share, Asynchronous != VARIANT_FALSE, IncludeSecurity != VARIANT_FALSE);
     });
 }
 
-HRESULT FolderItem::OpenBackupStreamReader(VARIANT_BOOL, LONG, VARIANT_BOOL, _BackupStreamReader** value) {
-    return Get(value, [&]() -> ComPtr<_BackupStreamReader> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenBackupStreamReader");
-    });
-}
-
-HRESULT FolderItem::OpenBackupStreamWriter(FileMode, FileAccess, FileShare, VARIANT_BOOL, VARIANT_BOOL,
+HRESULT FolderItem::OpenBackupStreamWriter(VARIANT_BOOL Asynchronous, VARIANT_BOOL IncludeSecurity,
                                            _BackupStreamWriter** value) {
-    return Get(value, [&]() -> ComPtr<_BackupStreamWriter> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenBackupStreamWriter");
-    });
+    return OpenBackupStreamWriter(FileMode{}, FileAccess{}, FileShare{}, Asynchronous, IncludeSecurity, value);
 }
 
-HRESULT FolderItem::OpenBackupStreamWriter(VARIANT_BOOL, VARIANT_BOOL, _BackupStreamWriter** value) {
-    return Get(value, [&]() -> ComPtr<_BackupStreamWriter> {
-        RequireInitialized();
-        RaiseNotAvailable(L"OpenBackupStreamWriter");
-    });
+std::pair<ComPtr<OpenFile>, ComPtr<FileStream>> FolderItem::OpenForBackup(bool writing, FileMode mode, FileAccess access,
+                                                                          FileShare share, bool async,
+                                                                          bool includeSecurity) {
+    RequireInitialized();
+    // Backup semantics with sequential and random access; overlapped (and without
+    // recalling the file from remote storage) only on the NT family.
+    constexpr DWORD kBackupFlags = FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_RANDOM_ACCESS | FILE_FLAG_BACKUP_SEMANTICS;
+    constexpr DWORD kAsyncFlags = FILE_FLAG_OVERLAPPED | FILE_FLAG_OPEN_NO_RECALL;
+    const bool nt = IsPlatformNT();
+    includeSecurity = includeSecurity && nt;
+    // A reader opens an existing file; a writer makes the file anew, so that a restored
+    // file holds what was written and nothing of what was there.
+    const DWORD defaultMode = writing ? CREATE_ALWAYS : OPEN_EXISTING;
+    DWORD accessMask = static_cast<DWORD>(access) | GENERIC_READ | (writing ? GENERIC_WRITE : 0);
+    if (includeSecurity) accessMask |= writing ? WRITE_DAC | WRITE_OWNER : READ_CONTROL;
+    const OpenFile::Parameters parameters{mode == 0 ? defaultMode : static_cast<DWORD>(mode), accessMask,
+                                          share == 0 ? DWORD{FILE_SHARE_READ} : static_cast<DWORD>(share),
+                                          kBackupFlags | (async && nt ? kAsyncFlags : 0)};
+    ComPtr<OpenFile> file;
+    try {
+        file = OpenFile::Open(this, path_->PlatformPath(), parameters);
+    } catch (const AutomationError& error) {
+        throw error.WithSource(kClassName);
+    }
+    ComPtr<FileStream> stream = !nt || async ? FileStream::On(file) : nullptr;
+    return {std::move(file), std::move(stream)};
+}
+
+ComPtr<BackupStreamReader> FolderItem::OpenBackupReaderNow(FileMode mode, FileAccess access, FileShare share, bool async,
+                                                           LONG bufferSize, bool includeSecurity) {
+    auto [file, stream] = OpenForBackup(false, mode, access, share, async, includeSecurity);
+    return BackupStreamReader::On(std::move(file), std::move(stream), bufferSize, includeSecurity && IsPlatformNT());
+}
+
+ComPtr<BackupStreamWriter> FolderItem::OpenBackupWriterNow(FileMode mode, FileAccess access, FileShare share, bool async,
+                                                           bool includeSecurity) {
+    auto [file, stream] = OpenForBackup(true, mode, access, share, async, includeSecurity);
+    return BackupStreamWriter::On(std::move(file), std::move(stream));
 }
 
 ComPtr<FileStream> FolderItem::OpenStreamNow(FileMode mode, FileAccess access, FileShare share, OpenFileFlags flags) {

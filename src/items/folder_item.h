@@ -15,10 +15,15 @@
 #include "items/find_data.h"
 #include "paths/path.h"
 
+#include <utility>
+
 namespace vofs {
 
+class BackupStreamReader;
+class BackupStreamWriter;
 class FolderEnumerator;
 class FileStream;
+class OpenFile;
 class TextStream;
 
 class FolderItem final : public ComObject<FolderItem, _FolderItem, _IFolderItem> {
@@ -96,6 +101,13 @@ private:
     ComPtr<FolderEnumerator> OpenEnumerator(BSTR filter);
     ComPtr<FileStream> OpenStreamNow(FileMode mode, FileAccess access, FileShare share, OpenFileFlags flags);
     ComPtr<TextStream> OpenTextStreamNow(TextStreamIoMode mode, FileShare share);
+    ComPtr<BackupStreamReader> OpenBackupReaderNow(FileMode mode, FileAccess access, FileShare share, bool async,
+                                                   LONG bufferSize, bool includeSecurity);
+    ComPtr<BackupStreamWriter> OpenBackupWriterNow(FileMode mode, FileAccess access, FileShare share, bool async,
+                                                   bool includeSecurity);
+    // The open file of a backup stream and, where one belongs to it, its byte stream.
+    std::pair<ComPtr<OpenFile>, ComPtr<FileStream>> OpenForBackup(bool writing, FileMode mode, FileAccess access,
+                                                                  FileShare share, bool async, bool includeSecurity);
 
     ComPtr<Path> path_;
     ComPtr<FindDataRecord> record_;
