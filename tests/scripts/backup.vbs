@@ -9,6 +9,7 @@ For i = 1 To 20000: text.Write "line " & i & vbCrLf: Next
 text.Close
 Set reader = lib.OpenBackupStreamReader(dir & "source.txt", , , , 0)
 Check "the data stream, its size, the first buffer read at open", reader.StreamType & " " & reader.StreamSize & " " & reader.BufferContentLength & " " & reader.BufferSize, "1 228894 131072 131072"
+Check "opened with backup semantics and read access", Hex(reader.OpenFile.Object.OpenFlags) & " " & Hex(reader.OpenFile.Access), "1A000000 80000000"
 Set writer = lib.GetFolderItem(dir & "copy.txt").OpenBackupStreamWriter()
 Do
     copied = copied + writer.WriteStream(reader)
