@@ -11,9 +11,6 @@
 #include "streams/backup_stream_writer.h"
 #include "support/test_support.h"
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <tuple>
 #include <vector>
 
@@ -81,12 +78,6 @@ BOOL WINAPI RecordBackup(HANDLE, LPBYTE buffer, DWORD count, LPDWORD done, BOOL 
 BOOL WINAPI NoBackup(HANDLE, LPBYTE, DWORD, LPDWORD, BOOL, BOOL, LPVOID*) {
     ADD_FAILURE() << "a backup call in the emulated mode";
     return FALSE;
-}
-
-std::string Contents(const std::wstring& path) {
-    std::ostringstream bytes;
-    bytes << std::ifstream(std::filesystem::path(path), std::ios::binary).rdbuf();
-    return bytes.str();
 }
 
 class Backup : public ::testing::Test {
@@ -186,7 +177,7 @@ TEST_F(Backup, WithoutABackupInterfaceTheContentIsCopiedThroughTheByteStream) {
     } while (ValueOf<LONG>(reader.Get(), &BackupStreamReader::ReadStream) > 0);
     EXPECT_EQ(ValueOf<VARIANT_BOOL>(reader.Get(), &BackupStreamReader::GetNextStream), VARIANT_FALSE);
     writer->CloseStream();
-    EXPECT_EQ(Contents(scratch_ / L"copy.bin"), content);
+    EXPECT_EQ(FileContents(scratch_ / L"copy.bin"), content);
     LONG count;
     EXPECT_EQ(Raised(TakeError(writer->WriteStream(reader.Get(), &count))), Raised(L"BackupStreamWriter", RunTime(5)))
         << "an empty reader buffer";
@@ -217,7 +208,7 @@ TEST(Win98Backup, TheEmulatedPathMakesNoBackupCalls) {
         ValueOf<LONG>(writer.Get(), &_BackupStreamWriter::WriteStream, reader.Get());
     } while (ValueOf<LONG>(reader.Get(), &_BackupStreamReader::ReadStream) > 0);
     writer->CloseStream();
-    EXPECT_EQ(Contents(scratch / L"b.txt"), "emulated");
+    EXPECT_EQ(FileContents(scratch / L"b.txt"), "emulated");
 }
 
 }  // namespace

@@ -51,15 +51,6 @@ BOOL WINAPI DiskFull(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
     return FALSE;
 }
 
-std::string Contents(const std::wstring& path) {
-    std::string bytes(1 << 20, '\0');
-    DWORD got = 0;
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    ReadFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &got, nullptr);
-    CloseHandle(file);
-    return bytes.substr(0, got);
-}
-
 class Streams : public ::testing::Test {
 protected:
     // A stream over `name`, opened with the item's OpenStream.
@@ -221,7 +212,7 @@ TEST_F(Streams, AFolderCopyMatchesItsSourceByteForByte) {
         return library->CopyFolder(from.Get(), to.Get(), overwrite ? VARIANT_TRUE : VARIANT_FALSE);
     };
     ASSERT_EQ(copy(true), S_OK);
-    for (const auto& [name, content] : files) EXPECT_EQ(Contents(scratch_ / (std::wstring(L"dst\\") + name)), content) << name;
+    for (const auto& [name, content] : files) EXPECT_EQ(FileContents(scratch_ / (std::wstring(L"dst\\") + name)), content) << name;
     EXPECT_TRUE(GetFileAttributesW((scratch_ / L"dst\\empty").c_str()) & FILE_ATTRIBUTE_DIRECTORY);
 
     // An existing read-only file is kept by OverWriteFiles False and overwritten by True.
@@ -229,16 +220,16 @@ TEST_F(Streams, AFolderCopyMatchesItsSourceByteForByte) {
     SetFileAttributesW((scratch_ / L"src\\ro.txt").c_str(), FILE_ATTRIBUTE_NORMAL);
     scratch_.WriteFile(L"src\\ro.txt", "new");
     ASSERT_EQ(copy(false), S_OK);
-    EXPECT_EQ(Contents(scratch_ / L"dst\\ro.txt"), "read only");
+    EXPECT_EQ(FileContents(scratch_ / L"dst\\ro.txt"), "read only");
     ASSERT_EQ(copy(true), S_OK);
-    EXPECT_EQ(Contents(scratch_ / L"dst\\ro.txt"), "new");
+    EXPECT_EQ(FileContents(scratch_ / L"dst\\ro.txt"), "new");
 
     // A copy that fails midway raises the writer's error and leaves the source as it was.
     ApiOverride<&PlatformApi::WriteFile> full(&DiskFull);
     const ErrorRecord error = TakeError(copy(true));
     EXPECT_EQ(error.number, System(ERROR_DISK_FULL));
     EXPECT_EQ(error.source, L"FileStream");
-    EXPECT_EQ(Contents(scratch_ / L"src\\deep\\er\\data.bin"), data);
+    EXPECT_EQ(FileContents(scratch_ / L"src\\deep\\er\\data.bin"), data);
 }
 
 TEST(Win98Streams, TextOpensThroughTheAnsiCalls) {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 namespace vofs::testing {
 
@@ -20,6 +21,12 @@ std::wstring Raised(std::wstring_view source, HRESULT number) {
     wchar_t text[16] = {};
     swprintf(text, 16, L" 0x%08lX", static_cast<unsigned long>(number));
     return std::wstring(source) + text;
+}
+
+std::string FileContents(const std::wstring& path) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(std::filesystem::path(path), std::ios::binary).rdbuf();
+    return bytes.str();
 }
 
 std::wstring ProgramFolder() {
@@ -54,32 +61,25 @@ std::wstring ScratchFolder::MakeFolder(const std::wstring& name) const {
     return path;
 }
 
-Variant DoubleValue(double value) {
+namespace {
+template <class Fill>
+Variant Made(VARTYPE type, Fill fill) {
     Variant result;
-    V_VT(result.Get()) = VT_R8;
-    V_R8(result.Get()) = value;
+    V_VT(result.Get()) = type;
+    fill(*result.Get());
     return result;
+}
+}  // namespace
+
+Variant DoubleValue(double value) { return Made(VT_R8, [&](VARIANT& v) { V_R8(&v) = value; }); }
+Variant NullValue() { return Made(VT_NULL, [](VARIANT&) {}); }
+Variant Missing() { return Made(VT_ERROR, [](VARIANT& v) { V_ERROR(&v) = DISP_E_PARAMNOTFOUND; }); }
+Variant ByReference(Variant& target) {
+    return Made(VT_BYREF | VT_VARIANT, [&](VARIANT& v) { V_VARIANTREF(&v) = target.Get(); });
 }
 Variant Coerced(const Variant& value, VARTYPE type) {
     Variant result;
     EXPECT_EQ(VariantChangeType(result.Get(), const_cast<VARIANT*>(value.Get()), 0, type), S_OK);
-    return result;
-}
-Variant NullValue() {
-    Variant result;
-    V_VT(result.Get()) = VT_NULL;
-    return result;
-}
-Variant Missing() {
-    Variant result;
-    V_VT(result.Get()) = VT_ERROR;
-    V_ERROR(result.Get()) = DISP_E_PARAMNOTFOUND;
-    return result;
-}
-Variant ByReference(Variant& target) {
-    Variant result;
-    V_VT(result.Get()) = VT_BYREF | VT_VARIANT;
-    V_VARIANTREF(result.Get()) = target.Get();
     return result;
 }
 

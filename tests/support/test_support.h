@@ -40,6 +40,9 @@ ErrorRecord CaughtError(Call call) {
 inline constexpr HRESULT RunTime(long number) { return static_cast<HRESULT>(0x800A0000UL | number); }
 inline constexpr HRESULT System(long code) { return static_cast<HRESULT>(0x80070000UL + code); }
 
+// A file's bytes.
+std::string FileContents(const std::wstring& path);
+
 // The folder of the running test program (the DLL is built next to it).
 std::wstring ProgramFolder();
 
