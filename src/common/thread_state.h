@@ -7,6 +7,7 @@
 
 namespace vofs {
 
+class ProxySettings;
 class Volumes;
 
 enum WideCallSetting : long {
@@ -25,6 +26,8 @@ struct ThreadState {
     // The shared Volumes collection of this thread; not owned. The collection clears it
     // when it goes, so a released collection is made again on the next request.
     Volumes* sharedVolumes = nullptr;
+    // The default proxy record of this thread; not owned, cleared by the record when it goes.
+    ProxySettings* defaultProxy = nullptr;
 };
 
 // This thread's state, set up on first use.

@@ -7,6 +7,7 @@
 #include "common/platform_api.h"
 #include "facade/byte_display.h"
 #include "facade/temp_names.h"
+#include "ftp/proxy_settings.h"
 #include "items/folder_enumerator.h"
 #include "items/folder_item.h"
 #include "paths/path.h"
@@ -49,7 +50,10 @@ HRESULT FileSystemLib::GetFolderItem(BSTR Path, _FolderItem** value) {
 }
 
 HRESULT FileSystemLib::get_DefaultProxy(_ProxySettings** value) {
-    return Get(value, []() -> ComPtr<_ProxySettings> { RaiseNotAvailable(L"DefaultProxy"); });
+    return Get(value, [&] {
+        if (!defaultProxy_) defaultProxy_ = DefaultProxy();
+        return defaultProxy_;
+    });
 }
 
 HRESULT FileSystemLib::GetPathObject(BSTR FullPath, _Path** value) {

@@ -9,6 +9,7 @@
 namespace vofs {
 
 class Impersonator;
+class ProxySettings;
 class TokenPrivileges;
 
 class FileSystemLib final : public ComObject<FileSystemLib, _FileSystemLib> {
@@ -66,6 +67,8 @@ private:
     // Made on first use (on the NT family only) and kept for this object's life.
     ComPtr<TokenPrivileges> tokenPrivileges_;
     ComPtr<Impersonator> impersonator_;
+    // This thread's default proxy, held so that its settings last as long as this object.
+    ComPtr<ProxySettings> defaultProxy_;
 };
 
 }  // namespace vofs
