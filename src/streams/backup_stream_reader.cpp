@@ -145,23 +145,21 @@ LONG BackupStreamReader::ReadContent() {
     return read;
 }
 
-uint64_t BackupStreamReader::StreamSizeCount() const {
-    if (!target_->Emulated()) return header_.size;
+Variant BackupStreamReader::StreamSize() const {
+    if (!target_->Emulated()) return SizeValue(header_.size);
     Variant length;
     CheckCall(target_->Stream()->get_Length(length.Get()));
-    return static_cast<uint64_t>(LargeValueFrom(*length.Get()));
+    return length;
+}
+
+uint64_t BackupStreamReader::StreamSizeCount() const {
+    return target_->Emulated() ? static_cast<uint64_t>(LargeValueFrom(*StreamSize().Get())) : header_.size;
 }
 
 void BackupStreamReader::ReleaseContext() noexcept {
     if (context_ && target_) {
-        HANDLE handle = nullptr;
-        try {
-            handle = target_->Handle();
-        } catch (...) {
-            // A closed open file: the context is released all the same.
-        }
         DWORD ignored = 0;
-        api.BackupRead(handle, nullptr, 0, &ignored, TRUE, FALSE, &context_);
+        api.BackupRead(target_->HandleOrNone(), nullptr, 0, &ignored, TRUE, FALSE, &context_);
         context_ = nullptr;
     }
     header_ = {};
@@ -206,12 +204,7 @@ HRESULT BackupStreamReader::get_IsSparse(VARIANT_BOOL* value) {
 }
 
 HRESULT BackupStreamReader::get_StreamSize(VARIANT* value) {
-    return Get(value, [&] {
-        if (!target_->Emulated()) return SizeValue(header_.size);
-        Variant length;
-        CheckCall(target_->Stream()->get_Length(length.Get()));
-        return length;
-    });
+    return Get(value, [&] { return StreamSize(); });
 }
 
 HRESULT BackupStreamReader::get_lpBuffer(LONG* value) {

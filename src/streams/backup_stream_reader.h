@@ -17,7 +17,6 @@
 #include "streams/backup_format.h"
 #include "streams/backup_target.h"
 
-#include <array>
 #include <optional>
 #include <vector>
 
@@ -82,7 +81,9 @@ private:
     // raises the system error, unless `tolerated` says the platform set no error code.
     DWORD BackupReadInto(uint32_t at, uint32_t count, bool tolerated = false);
     void ReleaseContext() noexcept;
-    // The current stream's size: the header's, or the byte stream's length when emulated.
+    // The current stream's size: the header's, or the byte stream's length when emulated;
+    // as a Long or Decimal, and as a count.
+    Variant StreamSize() const;
     uint64_t StreamSizeCount() const;
 
     std::optional<BackupTarget> target_;

@@ -75,14 +75,8 @@ LONG BackupStreamWriter::Write(_BackupStreamReader* source) {
 void BackupStreamWriter::Close() {
     if (!target_) return;
     if (context_) {
-        HANDLE handle = nullptr;
-        try {
-            handle = target_->Handle();
-        } catch (...) {
-            // A closed open file: the context is released all the same.
-        }
         DWORD ignored = 0;
-        api.BackupWrite(handle, nullptr, 0, &ignored, TRUE, FALSE, &context_);
+        api.BackupWrite(target_->HandleOrNone(), nullptr, 0, &ignored, TRUE, FALSE, &context_);
         context_ = nullptr;
     }
     CheckCall(target_->File()->CloseFile());

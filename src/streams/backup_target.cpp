@@ -57,6 +57,14 @@ HANDLE BackupTarget::Handle() const {
     return HandleFromLong(handle);
 }
 
+HANDLE BackupTarget::HandleOrNone() const noexcept {
+    try {
+        return Handle();
+    } catch (...) {
+        return nullptr;
+    }
+}
+
 bool BackupTarget::IsAsync() const {
     VARIANT_BOOL async = VARIANT_FALSE;
     if (stream_) CheckCall(stream_->get_IsAsync(&async));

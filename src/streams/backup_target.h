@@ -25,6 +25,9 @@ public:
     void Emulate(DWORD error, const wchar_t* source);
 
     HANDLE Handle() const;
+    // The handle, or none once the open file is closed (a backup context is released
+    // through it all the same).
+    HANDLE HandleOrNone() const noexcept;
     _IOpenFile* File() const { return file_.Get(); }
     _IFileStream* Stream() const { return stream_.Get(); }
     bool IsAsync() const;
