@@ -20,6 +20,9 @@ public:
     SecretText() = default;
     SecretText(const SecretText&) = delete;
     SecretText& operator=(const SecretText&) = delete;
+    // A move copies the characters and wipes the source: a moved-from short string would
+    // keep them in its inline buffer.
+    SecretText(SecretText&& other) : text_(other.text_) { other.Wipe(); }
     ~SecretText() { Wipe(); }
 
     SecretText& operator=(std::wstring_view text) {

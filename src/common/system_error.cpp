@@ -8,6 +8,18 @@
 #include <string>
 
 namespace vofs {
+
+std::string ServerResponseText() {
+    DWORD error = 0;
+    DWORD length = 0;
+    api.InternetGetLastResponseInfoA(&error, nullptr, &length);
+    std::string buffer(length + 1, '\0');
+    length = static_cast<DWORD>(buffer.size());
+    if (!api.InternetGetLastResponseInfoA(&error, buffer.data(), &length)) return {};
+    buffer.resize(length < buffer.size() ? length : buffer.size());
+    return buffer;
+}
+
 namespace {
 
 // Puts the thread's last platform error back when the text lookup is done.
@@ -38,16 +50,6 @@ std::string RemoteAccessText(long code) {
     return std::string(TextBeforeNul(buffer));
 }
 
-std::string ServerResponseText() {
-    DWORD error = 0;
-    DWORD length = 0;
-    api.InternetGetLastResponseInfoA(&error, nullptr, &length);
-    std::string buffer(length + 1, '\0');
-    length = static_cast<DWORD>(buffer.size());
-    if (!api.InternetGetLastResponseInfoA(&error, buffer.data(), &length)) return {};
-    buffer.resize(length < buffer.size() ? length : buffer.size());
-    return buffer;
-}
 
 std::string MessageTableText(DWORD flags, HMODULE module, long code) {
     std::string buffer(256, '\0');

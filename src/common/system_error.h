@@ -27,6 +27,9 @@ void CheckPlatformCall(bool succeeded, std::wstring_view source);
 // thread's last platform error is left as it was.
 std::wstring SystemErrorText(long code, std::wstring_view separator = kCrLf);
 
+// The internet layer's last server response on this thread (every line, CR LF between).
+std::string ServerResponseText();
+
 // The text before the first NUL character (all of it when there is none).
 template <class Char>
 std::basic_string_view<Char> TextBeforeNul(std::basic_string_view<Char> text) {

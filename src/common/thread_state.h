@@ -7,6 +7,7 @@
 
 namespace vofs {
 
+class FtpConnection;
 class ProxySettings;
 class Volumes;
 
@@ -28,6 +29,9 @@ struct ThreadState {
     Volumes* sharedVolumes = nullptr;
     // The default proxy record of this thread; not owned, cleared by the record when it goes.
     ProxySettings* defaultProxy = nullptr;
+    // The first connection of this thread with a keep-alive timer; each links the next.
+    // Not owned: a connection unlinks itself when its timer stops.
+    FtpConnection* keepAliveConnections = nullptr;
 };
 
 // This thread's state, set up on first use.

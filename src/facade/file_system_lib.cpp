@@ -5,8 +5,10 @@
 #include "common/system_error.h"
 #include "common/item_exists.h"
 #include "common/platform_api.h"
+#include "common/secret_text.h"
 #include "facade/byte_display.h"
 #include "facade/temp_names.h"
+#include "ftp/ftp_connection.h"
 #include "ftp/proxy_settings.h"
 #include "items/folder_enumerator.h"
 #include "items/folder_item.h"
@@ -24,6 +26,9 @@ std::wstring PlatformPathOf(BSTR text) { return Path::Parse(Bstr::View(text))->P
 
 // Single file operations report the platform's failure under this class's name.
 void CheckFileOperation(bool succeeded) { CheckPlatformCall(succeeded, FileSystemLib::kClassName); }
+
+// An optional argument counts as given unless it is missing or Empty.
+bool IsGiven(const VARIANT& value) { return !IsMissing(value) && V_VT(&Deref(value)) != VT_EMPTY; }
 
 }  // namespace
 
@@ -168,9 +173,32 @@ HRESULT FileSystemLib::get_Impersonator(_Impersonator** value) {
     });
 }
 
-HRESULT FileSystemLib::FtpConnect(BSTR, VARIANT, VARIANT, VARIANT_BOOL, VARIANT_BOOL, InternetOpenMethods, LONG,
-                                  _ProxySettings*, VARIANT_BOOL, VARIANT_BOOL, _FtpConnection** value) {
-    return Get(value, []() -> ComPtr<_FtpConnection> { RaiseNotAvailable(L"FtpConnect"); });
+HRESULT FileSystemLib::FtpConnect(BSTR ServerName, VARIANT UserID, VARIANT Password, VARIANT_BOOL Anonymous,
+                                  VARIANT_BOOL AsyncIo, InternetOpenMethods OpenMethod, LONG FtpPort,
+                                  _ProxySettings* ProxySettings, VARIANT_BOOL Passive, VARIANT_BOOL SendKeepAlives,
+                                  _FtpConnection** value) {
+    return Get(value, [&] {
+        FtpConnection::Settings settings;
+        settings.server = Bstr::View(ServerName);
+        if (IsGiven(UserID)) settings.userId = ToString(UserID);
+        if (IsGiven(Password)) {
+            std::wstring password = ToString(Password);
+            settings.password.emplace() = password;
+            WipeText(password);
+        }
+        settings.anonymous = Anonymous != VARIANT_FALSE;
+        settings.async = AsyncIo != VARIANT_FALSE;
+        settings.openMethod = OpenMethod;
+        settings.port = FtpPort;
+        if (ProxySettings) {
+            // Only this library's records carry a password it can hand to WinInet.
+            settings.proxy = ImplementationOf<vofs::ProxySettings>(ProxySettings);
+            if (!settings.proxy) Raise(RunTimeError::TypeMismatch);
+        }
+        settings.passive = Passive != VARIANT_FALSE;
+        settings.keepAlives = SendKeepAlives != VARIANT_FALSE;
+        return FtpConnection::Connected(std::move(settings));
+    });
 }
 
 HRESULT FileSystemLib::OpenBackupStreamReader(BSTR Path, FileMode Mode, FileAccess Access, FileShare Share,

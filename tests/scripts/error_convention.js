@@ -6,8 +6,8 @@ checkError("WideCallSupport out of range", function () { lib.WideCallSupport = 3
            0x800A0005, "Invalid procedure call or argument");
 checkError("FormatByteDisplay of text", function () { lib.FormatByteDisplay("lots"); },
            0x800A000D, "Type mismatch");
-checkError("a member of a later class", function () { lib.FtpConnect("ftp.example.com"); },
-           0x80004001, "FtpConnect is not available in this version of the library.");
+checkError("an open method WinInet does not have", function () { lib.FtpConnect("ftp.example.com", undefined, undefined, false, false, 2); },
+           0x800A0005, "Invalid procedure call or argument");
 check("optional arguments may be left out", lib.FormatByteDisplay(1024), "1 KB");
 
 var vols = lib.Volumes, names = [];

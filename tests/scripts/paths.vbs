@@ -95,8 +95,8 @@ x = lib.FileExists("C:\bad<name>|here")
 n = Err.Number: d = Err.Description
 CheckError "FileExists of a malformed name", &H8007007B, "MFileSystemLib", ""
 Check "platform text ends in one full stop, no line break", (Right(d, 1) = "." And Right(d, 2) <> "..") & InStr(d, vbCrLf), "True0"
-Set x = lib.FtpConnect("ftp.example.com")
-CheckError "a member of a later class", &H80004001, "FileSystemLib", "FtpConnect is not available in this version of the library."
+Set x = lib.FtpConnect("ftp.example.com", , , , , 2)
+CheckError "an open method WinInet does not have", 5, "FtpConnection", "Invalid procedure call or argument"
 x = lib.NormalizePath("C:\x")
 CheckNoError "the object keeps working after errors"
 Check "NormalizePath after errors", x, "C:\x\"

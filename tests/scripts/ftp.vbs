@@ -1,0 +1,44 @@
+' An FTP session as a script uses it: connect with "ftp://" prefixes, as a user and
+' anonymously, make a folder chain, rename in place and delete on the server, read the
+' server's refusals as errors, clone and disconnect. The test session's servers are named
+' in the environment; their folders are reached as local paths to check what happened.
+Dim lib, env, root, c, copy, v, t, x
+Set lib = CreateObject("VOFSL.FileSystemLib")
+Set env = CreateObject("WScript.Shell").Environment("PROCESS")
+root = "Z:" & Replace(env("VOFS_FTP_ROOT"), "/", "\") & "\script\"
+
+Set c = lib.FtpConnect("FTP://127.0.0.1", "tester", "secret", False, False, 0, CLng(env("VOFS_FTP_PORT")))
+Check "connected", c.IsConnected & " " & c.IsAsync & " " & c.GetWorkingFolder(), "True False /"
+c.CreateFolder "/script/made/deeper"
+c.CreateFolder "script/made"
+Check "CreateFolder makes the chain; existing levels pass", lib.FolderExists(root & "made\deeper"), True
+c.SetWorkingFolder "ftp://127.0.0.1/script/made"
+Check "SetWorkingFolder by URL", c.GetWorkingFolder(), "/script/made"
+Set t = lib.OpenTextStream(root & "made\note.txt", 2, 0): t.WriteLine "hello": t.CloseStream
+c.RenameFolderItem "/script/made/note.txt", "/elsewhere/renamed.txt"
+Check "a rename stays in its folder", lib.FileExists(root & "made\renamed.txt"), True
+c.DeleteFolderItem "script/made/renamed.txt"
+Check "deleted on the server", lib.FileExists(root & "made\renamed.txt"), False
+
+On Error Resume Next
+c.DeleteFolderItem "/script/made/renamed.txt"
+CheckError "deleting what is gone", &H80070002, "FtpConnection", ""
+c.SetWorkingFolder "/script/none"
+CheckError "a missing folder", &H80070002, "FtpConnection", "Could not set current directory to ftp://127.0.0.1/script/none." & vbCrLf & "File not found."
+Set x = c.GetPathObject("ftp://127.0.0.2/script")
+CheckError "a URL of another server", 5, "FtpConnection", ""
+Set x = c.GetFolderItem("/script")
+CheckError "remote items are a later class", &H80004001, "FtpConnection", "GetFolderItem is not available in this version of the library."
+Set v = lib.FtpConnect("127.0.0.1", "tester", "wrong", False, False, 0, CLng(env("VOFS_FTP_PORT")))
+CheckError "a wrong password names the server, never the password", &H80072EEF, "FtpConnection", "Could not connect to FTP server 127.0.0.1." & vbCrLf & "."
+Set v = lib.FtpConnect("127.0.0.1", Empty, Empty, True, False, 0, CLng(env("VOFS_VSFTPD_PORT")))
+CheckNoError "anonymous on the second server"
+v.SetWorkingFolder "/missing"
+CheckError "its own refusal text", &H80072EE3, "FtpConnection", "Could not set current directory to ftp://127.0.0.1/missing." & vbCrLf & "550 Failed to change directory."
+On Error GoTo 0
+
+Set copy = c.Clone()
+Check "a clone is a session of its own", copy.GetWorkingFolder() & " " & c.GetWorkingFolder(), "/ /script/made"
+c.Disconnect
+Check "Disconnect", c.IsConnected & " " & copy.IsConnected & " " & c.AutoReconnect, "False True True"
+Done
