@@ -43,8 +43,15 @@ char g_call[1024];  // the call being made, for the crash and hang reports
     for (;;) {}
 }
 
+// A crash is reported with the module and offset where it happened.
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* e) {
-    std::snprintf(g_call + std::strlen(g_call), 64, " (exception 0x%08lX)", e->ExceptionRecord->ExceptionCode);
+    const auto address = reinterpret_cast<const char*>(e->ExceptionRecord->ExceptionAddress);
+    HMODULE module = nullptr;
+    char name[MAX_PATH] = "?";
+    if (GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, address, &module))
+        GetModuleFileNameA(module, name, MAX_PATH);
+    std::snprintf(g_call + std::strlen(g_call), 400, " (exception 0x%08lX at %s+0x%llx)", e->ExceptionRecord->ExceptionCode,
+                  name, static_cast<unsigned long long>(address - reinterpret_cast<const char*>(module)));
     Stop(3, "CRASH");
 }
 
@@ -109,6 +116,18 @@ void MakeSandboxFiles() {
     }
 }
 
+VARIANT Text(const std::wstring& text) {
+    VARIANT v;
+    V_VT(&v) = VT_BSTR, V_BSTR(&v) = SysAllocString(text.c_str());
+    return v;
+}
+
+VARIANT Long(LONG number) {
+    VARIANT v;
+    V_VT(&v) = VT_I4, V_I4(&v) = number;
+    return v;
+}
+
 class Fuzzer {
 public:
     Fuzzer(unsigned seed) : random_(seed) {}
@@ -165,20 +184,55 @@ private:
         else pool_[roots_ + Pick(pool_.size() - roots_)] = std::move(object);
     }
 
-    // Two kinds of first argument are a caller's own fault, not the library's: a number as
-    // a stream buffer is a raw address in this process (a random one would overwrite this
-    // program), and a length or seek target beyond 1 MB makes sparse files of gigabytes that
-    // a folder copy would then write out. They are replaced by harmless values.
-    void KeepHarmless(const std::wstring& member, VARIANT& first) {
+    // Some arguments are a caller's own fault, not the library's, and are replaced by
+    // harmless values: a number as a stream buffer is a raw address in this process (a
+    // random one would overwrite this program); a length or seek target beyond 1 MB makes
+    // sparse files of gigabytes that a folder copy would then write out; and a server or
+    // proxy name could reach any host, so FTP sessions go to the loopback address, half
+    // of them to the test session's anonymous-only server (VOFS_VSFTPD_PORT), where no
+    // member can delete or rename anything.
+    void KeepHarmless(IDispatch* library, const std::wstring& member, VARIANT* args, VARIANT* referenced, UINT count) {
+        const auto argument = [&](UINT parameter) -> VARIANT& {
+            VARIANT& given = args[count - 1 - parameter];
+            return V_VT(&given) == (VT_BYREF | VT_VARIANT) ? referenced[count - 1 - parameter] : given;
+        };
+        const auto replace = [](VARIANT& value, VARIANT replacement) { VariantClear(&value), value = replacement; };
+        if (count == 0) return;
+        VARIANT& first = argument(0);
+        if (member == L"FtpConnect" || member == L"ProxyAddress") {
+            replace(first, Text(L"127.0.0.1"));
+            static const LONG ftpPort = [] {
+                wchar_t port[16] = L"";
+                return GetEnvironmentVariableW(L"VOFS_VSFTPD_PORT", port, 16) ? _wtol(port) : 0L;
+            }();
+            if (member != L"FtpConnect" || count < 8 || !ftpPort || Pick(2)) return;
+            VARIANT anonymous, missing;
+            V_VT(&anonymous) = VT_BOOL, V_BOOL(&anonymous) = VARIANT_TRUE;
+            V_VT(&missing) = VT_ERROR, V_ERROR(&missing) = DISP_E_PARAMNOTFOUND;
+            const VARIANT session[] = {{}, {}, {}, anonymous, Long(0), Long(1), Long(ftpPort), missing};
+            for (UINT parameter = 1; parameter < 8; ++parameter)
+                if (Pick(4)) replace(argument(parameter), session[parameter]);
+            // Wine's WinInet refuses proxy credentials on FTP sessions (12009): the default
+            // proxy record these sessions use loses its user name.
+            Var proxy;
+            if (SUCCEEDED(Method(library, L"DefaultProxy", &proxy)) && proxy.Object()) {
+                VARIANT none = Text(L"");
+                DISPID put = DISPID_PROPERTYPUT, id;
+                LPOLESTR name = const_cast<LPOLESTR>(L"UserID");
+                DISPPARAMS params{&none, &put, 1, 1};
+                if (SUCCEEDED(proxy.Object()->GetIDsOfNames(IID_NULL, &name, 1, 0, &id)))
+                    proxy.Object()->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYPUT, &params, nullptr, nullptr, nullptr);
+                VariantClear(&none);
+            }
+            return;
+        }
         const bool transfer = member == L"ReadStream" || member == L"WriteStream";
         VARIANT number;
         VariantInit(&number);
         const bool large = (member == L"SetLength" || member == L"SeekPosition") &&
                            SUCCEEDED(VariantChangeType(&number, &first, 0, VT_R8)) && std::fabs(V_R8(&number)) > (1 << 20);
-        if (!large && !(transfer && (V_VT(&first) == VT_I4 || V_VT(&first) == VT_I8))) return;
-        VariantClear(&first);
-        V_VT(&first) = VT_I4, V_I4(&first) = static_cast<LONG>(random_() % (1 << 20));
-        if (transfer) V_VT(&first) = VT_BSTR, V_BSTR(&first) = SysAllocString(L"buffer");
+        if (large) replace(first, Long(static_cast<LONG>(random_() % (1 << 20))));
+        if (transfer && (V_VT(&first) == VT_I4 || V_VT(&first) == VT_I8)) replace(first, Text(L"buffer"));
     }
 
     std::wstring RandomText() {
@@ -254,7 +308,7 @@ private:
                 RandomValue(args[i], type);
             }
         }
-        if (count) KeepHarmless(member, V_VT(&args[count - 1]) == (VT_BYREF | VT_VARIANT) ? referenced[count - 1] : args[count - 1]);
+        KeepHarmless(target.dispatch.Get(), member, args.data(), referenced.data(), count);
         WORD flags = f.invkind == INVOKE_FUNC ? DISPATCH_METHOD : static_cast<WORD>(f.invkind);
         if (Pick(10) == 0) flags = static_cast<WORD>(1 + Pick(8));
         std::vector<DISPID> names;
@@ -324,12 +378,6 @@ void Read(IDispatch* object, int depth) {
         info->ReleaseFuncDesc(f);
     }
     info->ReleaseTypeAttr(type);
-}
-
-VARIANT Text(const std::wstring& text) {
-    VARIANT v;
-    V_VT(&v) = VT_BSTR, V_BSTR(&v) = SysAllocString(text.c_str());
-    return v;
 }
 
 struct Usage {

@@ -5,7 +5,8 @@
 # can reach files outside the build tree. The prefix is made once and kept.
 #   run_fuzzer.sh BIN_DIR fuzz SEED CALLS      a campaign (sandbox S:)
 #   run_fuzzer.sh BIN_DIR cycle ROUNDS         the cycle (sandbox R:)
-# WINELOADER comes from the caller's environment.
+# WINELOADER comes from the caller's environment, and VOFS_FTP_SERVERS (the folder of the
+# test session's FTP servers, whose addresses the fuzzer's FTP sessions use) when set.
 set -euo pipefail
 # shellcheck source=../support/wine_loader.sh
 . "$(dirname "$0")/../support/wine_loader.sh"
@@ -27,6 +28,10 @@ unset DISPLAY  # no window can open, so nothing waits for a user
   ln -sfn "$build/fuzz-sandbox-s" "$WINEPREFIX/dosdevices/s:"
   ln -sfn "$build/fuzz-sandbox-r" "$WINEPREFIX/dosdevices/r:"
 ) 9>"$build/fuzzprefix.lock"
+
+servers="${VOFS_FTP_SERVERS:-/nonexistent}/servers.env"
+# shellcheck disable=SC1090
+[ -f "$servers" ] && . "$servers"
 
 drive=s && [ "$1" = cycle ] && drive=r
 rm -rf "$build/fuzz-sandbox-$drive" && mkdir -p "$build/fuzz-sandbox-$drive"
