@@ -2,9 +2,10 @@
 # Speed figures, kept apart from the test command: builds both DLLs, then for every
 # architecture that runs here registers the DLL in its Wine prefix and measures late
 # binding in one run against the raw platform calls and against the peer
-# (Scripting.FileSystemObject), from C++ and from VBScript, and the streams (byte
-# transfers, lines, folder copy) against the raw platform calls. Prints each figure and
-# ratio.
+# (Scripting.FileSystemObject), from C++ and from VBScript, the streams (byte
+# transfers, lines, folder copy) against the raw platform calls, and an FTP session
+# (connect, list 1,000 entries, disconnect) against the raw WinInet calls, on a loopback
+# server of its own. Prints each figure and ratio.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -38,6 +39,13 @@ for arch in x86 x64; do
     wine cscript //nologo bench/scripts/path_calls.vbs "$folder\\file00001.txt"
     mkdir -p "$build/bench-scratch"
     wine "$build/bin/vofslib_streams_bench.exe" "$(winepath -w "$build/bench-scratch")"
+    servers="$build/bench-ftp"
+    /usr/bin/python3 tests/support/ftp_servers.py start "$servers" 900 >/dev/null
+    mkdir -p "$servers/main/bench1000"
+    for i in $(seq -f '%04g' 1 1000); do : > "$servers/main/bench1000/entry$i.txt"; done
+    . "$servers/servers.env"
+    wine "$build/bin/vofslib_ftp_bench.exe" "$VOFS_FTP_PORT" /bench1000
+    /usr/bin/python3 tests/support/ftp_servers.py stop "$servers"
   } 2>/dev/null | tr -d '\r' > "$results"
   get() { awk -v k="$1" '$1 == k { print $2 }' "$results"; }
   if grep -q FAILED "$results"; then cat "$results"; exit 1; fi
@@ -58,6 +66,8 @@ for arch in x86 x64; do
   echo "    256 MiB read in 64 KiB byte arrays:       $(ratio "$(get stream.read.vofslib)" "$(get stream.read.raw)")x"
   echo "    ReadLine over 20 MB of 80-byte lines:     $(ratio "$(get readline.vofslib)" "$(get readline.raw)")x"
   echo "    CopyFolder of 1,000 files, 100 MiB:       $(ratio "$(get copyfolder.vofslib)" "$(get copyfolder.raw)")x"
+  echo "  an FTP session (connect, log in, list 1,000 entries, disconnect), library / raw WinInet:"
+  echo "    $(ratio "$(get ftp.session.vofslib)" "$(get ftp.session.raw)")x"
   tests/support/wine_session.sh stop
   trap - EXIT
 done
