@@ -2,6 +2,7 @@
 
 #include "common/bstr.h"
 #include "common/error.h"
+#include "paths/path_text.h"
 
 namespace vofs {
 namespace {
@@ -39,8 +40,9 @@ void DeleteEntry(_IFolderEnumerator* entries, const CascadeOptions& options) {
     VARIANT_BOOL folder = VARIANT_FALSE;
     CheckCall(entries->get_Name(name.Receive()));
     // A walk must never reach back into the folder itself or its parent, whatever order
-    // a listing (an FTP server's, say) gives these names in.
-    if (name.View() == L"." || name.View() == L"..") return;
+    // a listing (an FTP server's, say) gives "." and "..", nor through a name such as " "
+    // whose path names the folder itself (the walk would never end).
+    if (path_text::NamesItsOwnFolder(name.View())) return;
     CheckCall(entries->get_IsFolder(&folder));
     if (!folder) {
         Attempt(options, [&] { DeleteItem(CurrentItem(entries).Get()); });

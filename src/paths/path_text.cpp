@@ -209,6 +209,8 @@ std::wstring_view TrimBlanks(std::wstring_view text) {
     return text.substr(first, text.find_last_not_of(L' ') - first + 1);
 }
 
+bool NamesItsOwnFolder(std::wstring_view name) { return name.find_first_not_of(L". ") == std::wstring_view::npos; }
+
 bool IsSeparator(wchar_t c) { return c == L'\\' || c == L'/'; }
 
 std::wstring NameFromPath(std::wstring_view path) {

@@ -74,6 +74,10 @@ std::wstring JoinPath(std::wstring base, wchar_t separator, wchar_t altSeparator
 // Leading and trailing blanks removed (blanks only, as the library has always trimmed).
 std::wstring_view TrimBlanks(std::wstring_view text);
 
+// True for an entry name of dots and blanks only ("", ".", "..", " ", "..."): the
+// platform's path rules drop trailing dots and blanks, so a path ending in such a name
+// names the folder itself (or its parent), never the entry. Walks pass over them.
+bool NamesItsOwnFolder(std::wstring_view name);
 bool IsSeparator(wchar_t c);
 
 // The last name of a path text: everything after the last "/", "\" or ":" that is not

@@ -4,7 +4,9 @@
 #include "common/byte_array.h"
 #include "common/error.h"
 #include "common/large_values.h"
+#include "common/system_error.h"
 #include "common/variant.h"
+#include "paths/path_text.h"
 
 #include <algorithm>
 #include <cwctype>
@@ -136,6 +138,12 @@ void CopyTree(_IFolderItem* source, _IFolderItem* destination, bool overwriteFil
         ComPtr<_IFolderItem> entry;
         CheckCall(entries->GetFolderItem(entry.GetAddressOf()));
         Bstr name;
+        // An entry named " " or "..." cannot be reached by its path (that path names the
+        // source folder itself): the copy stops rather than copy the folder into itself.
+        CheckCall(entries->get_Name(name.Receive()));
+        if (path_text::NamesItsOwnFolder(name.View())) {
+            throw AutomationError(HRESULT_FROM_WIN32(ERROR_INVALID_NAME), SystemErrorText(ERROR_INVALID_NAME));
+        }
         CheckCall(entry->get_Name(name.Receive()));
         const ComPtr<_IFolderItem> target = ChildOf(destination, name.Get());
         VARIANT_BOOL isFolder = VARIANT_FALSE;
