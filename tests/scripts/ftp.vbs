@@ -7,7 +7,7 @@ Set env = CreateObject("WScript.Shell").Environment("PROCESS")
 root = "Z:" & Replace(env("VOFS_FTP_ROOT"), "/", "\") & "\script\"
 
 Set c = lib.FtpConnect("FTP://127.0.0.1", "tester", "secret", False, False, 0, CLng(env("VOFS_FTP_PORT")))
-Check "connected", c.IsConnected & " " & c.IsAsync & " " & c.GetWorkingFolder(), "True False /"
+Check "connected", c.IsConnected & " " & c.IsAsync & " " & c.GetWorkingFolder() & Len(c.GetWorkingFolder()), "True False /1"
 c.CreateFolder "/script/made/deeper"
 c.CreateFolder "script/made"
 Check "CreateFolder makes the chain; existing levels pass", lib.FolderExists(root & "made\deeper"), True
