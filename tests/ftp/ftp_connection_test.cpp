@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
-#include <vector>
 
 namespace vofs::testing {
 namespace {
@@ -177,6 +176,8 @@ struct Receiver final : internet::StatusReceiver {
     std::vector<DWORD> seen;
 };
 
+void CALLBACK NothingToDo(ULONG_PTR) {}
+
 TEST(InternetLayer, StatusDispatchAndThePumpingWait) {
     Receiver receiver;
     const DWORD_PTR gone = Receiver().Context();  // a notification after its receiver went
@@ -193,7 +194,7 @@ TEST(InternetLayer, StatusDispatchAndThePumpingWait) {
     EXPECT_EQ(wait(2, 1000), 2);
     EXPECT_EQ(std::make_pair(wait(1, 50), raw), std::make_pair(0L, DWORD{WAIT_TIMEOUT}));
     EXPECT_EQ(wait(2, 1000, &stop), 0);
-    QueueUserAPC([](ULONG_PTR) {}, GetCurrentThread(), 0);
+    QueueUserAPC(&NothingToDo, GetCurrentThread(), 0);
     PostThreadMessageW(GetCurrentThreadId(), WM_USER, 0, 0);  // processed, then the wait goes on
     EXPECT_EQ(wait(1, 1000), 1);
     for (HANDLE event : events) CloseHandle(event);
