@@ -40,12 +40,12 @@ for arch in x86 x64; do
     mkdir -p "$build/bench-scratch"
     wine "$build/bin/vofslib_streams_bench.exe" "$(winepath -w "$build/bench-scratch")"
     servers="$build/bench-ftp"
-    /usr/bin/python3 tests/support/ftp_servers.py start "$servers" 900 >/dev/null
+    /usr/bin/python3 tools/ftp_servers.py start "$servers" 900 >/dev/null
     mkdir -p "$servers/main/bench1000"
     for i in $(seq -f '%04g' 1 1000); do : > "$servers/main/bench1000/entry$i.txt"; done
     . "$servers/servers.env"
     wine "$build/bin/vofslib_ftp_bench.exe" "$VOFS_FTP_PORT" /bench1000
-    /usr/bin/python3 tests/support/ftp_servers.py stop "$servers"
+    /usr/bin/python3 tools/ftp_servers.py stop "$servers"
   } 2>/dev/null | tr -d '\r' > "$results"
   get() { awk -v k="$1" '$1 == k { print $2 }' "$results"; }
   if grep -q FAILED "$results"; then cat "$results"; exit 1; fi

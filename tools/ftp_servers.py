@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The FTP servers of a test run, on 127.0.0.1 only, each on a free port.
+"""The FTP servers of a test run (and of the benchmark), on 127.0.0.1 only, each on a free port.
 
     ftp_servers.py start FOLDER TIME_LIMIT   starts them in the background and returns once
                                              they listen; FOLDER/servers.env then exports
