@@ -208,7 +208,11 @@ void FtpConnection::OnStatus(long status) {
     }
 }
 
+// The connection changes only on its own thread: a notification that WinInet delivers on
+// one of its threads (asynchronous sessions) is not acted on, since a reconnection there
+// would run beside the caller's use of the object; the next call finds a closed connection.
 void FtpConnection::OnInternetStatus(DWORD status, void*, DWORD) noexcept {
+    if (GetCurrentThreadId() != ownerThread_) return;
     try {
         OnStatus(static_cast<long>(status));
     } catch (...) {

@@ -106,6 +106,7 @@ private:
     bool autoReconnect_ = true;
     bool userDisconnected_ = false;
     bool connecting_ = false;  // a failed connect also reports the connection closed
+    const DWORD ownerThread_ = GetCurrentThreadId();
 };
 
 }  // namespace vofs
