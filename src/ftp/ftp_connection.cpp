@@ -3,6 +3,7 @@
 #include "common/ansi.h"
 #include "common/host_process.h"
 #include "common/long_handles.h"
+#include "common/lower_case.h"
 #include "common/platform_api.h"
 #include "common/system_error.h"
 #include "common/thread_state.h"
@@ -23,14 +24,9 @@ constexpr long kKeepAliveStatus = -1;
 constexpr DWORD kTimerLateness = 1000;  // a tick later than this after its time is stale
 constexpr std::wstring_view kScheme = L"ftp://";
 
-std::wstring Lowered(std::wstring text) {
-    if (!text.empty()) CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
-    return text;
-}
-
 // The server name with every "ftp://" taken out, whatever its case.
 std::wstring WithoutScheme(const std::wstring& text) {
-    const std::wstring lowered = Lowered(text);
+    const std::wstring lowered = LowerCase(text);
     std::wstring rest;
     for (size_t at = 0; at < text.size();) {
         if (lowered.compare(at, kScheme.size(), kScheme) == 0) {
@@ -245,9 +241,9 @@ void FtpConnection::MakeCurrent(const Path& folder) {
 ComPtr<Path> FtpConnection::PathObject(std::wstring_view fullPath) const {
     if (!root_) Raise(RunTimeError::InvalidCall, kClassName);
     const std::wstring text(fullPath);
-    if (Lowered(text).find(kScheme) == std::wstring::npos) return root_->JoinedPath({text});
-    const std::wstring base = Lowered(root_->FullPath() + L"/");
-    if (Lowered(text + L"/").compare(0, base.size(), base) != 0) Raise(RunTimeError::InvalidCall, kClassName);
+    if (LowerCase(text).find(kScheme) == std::wstring::npos) return root_->JoinedPath({text});
+    const std::wstring base = LowerCase(root_->FullPath() + L"/");
+    if (LowerCase(text + L"/").compare(0, base.size(), base) != 0) Raise(RunTimeError::InvalidCall, kClassName);
     return Path::Parse(text);
 }
 

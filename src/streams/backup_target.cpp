@@ -3,6 +3,7 @@
 #include "common/error.h"
 #include "common/handles.h"
 #include "common/long_handles.h"
+#include "common/lower_case.h"
 #include "common/system_error.h"
 #include "common/thread_state.h"
 #include "streams/file_stream.h"
@@ -89,9 +90,7 @@ bool BackupTarget::SupportsMultiStreams() const {
     CheckCall(item->get_Path(&path));
     CheckCall(path->get_RootPath(root.Receive()));
     const ComPtr<Volume> volume = SharedVolumes()->Lookup(std::wstring(root.View()));
-    std::wstring fileSystem = volume->FileSystemName();
-    if (!fileSystem.empty()) CharLowerBuffW(fileSystem.data(), static_cast<DWORD>(fileSystem.size()));
-    return fileSystem == L"ntfs" || volume->HasFlag(kPersistentAclsBit);
+    return LowerCase(volume->FileSystemName()) == L"ntfs" || volume->HasFlag(kPersistentAclsBit);
 }
 
 }  // namespace vofs

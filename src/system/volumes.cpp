@@ -1,5 +1,6 @@
 #include "system/volumes.h"
 
+#include "common/lower_case.h"
 #include "common/platform_api.h"
 #include "common/system_error.h"
 #include "frame/value_enumerator.h"
@@ -15,11 +16,6 @@ namespace {
 // drives the platform answers with the size it needs and fills nothing, so the list is
 // then taken as the empty buffer stands.
 constexpr DWORD kDriveListLength = 53;
-
-std::wstring Lowered(std::wstring text) {
-    if (!text.empty()) CharLowerBuffW(text.data(), static_cast<DWORD>(text.size()));
-    return text;
-}
 
 ComPtr<Volume> Find(const std::vector<std::pair<std::wstring, ComPtr<Volume>>>& entries, const std::wstring& key) {
     for (const auto& [entryKey, volume] : entries) {
@@ -46,7 +42,7 @@ bool IsNumber(VARTYPE type) {
 }
 
 // The key of a drive entry: a drive path's first character, lower-cased.
-std::wstring DriveKey(const std::wstring& text) { return Lowered(text.substr(0, 1)); }
+std::wstring DriveKey(const std::wstring& text) { return LowerCase(text.substr(0, 1)); }
 
 }  // namespace
 
@@ -93,7 +89,7 @@ ComPtr<Volume> Volumes::Item(const VARIANT& index) const {
             return drives_[static_cast<size_t>(position - 1)].second;
         }
         const std::wstring text = ToString(*actual.Get());
-        std::wstring key = Lowered(text);
+        std::wstring key = LowerCase(text);
         try {
             const ComPtr<Path> path = Path::Parse(text);
             if (path->IsLogical()) key = DriveKey(path->FullPath());
@@ -113,7 +109,7 @@ ComPtr<Volume> Volumes::BindToVolume(std::wstring_view path) {
         if (volume->IsDrive()) {
             Put(drives_, DriveKey(volume->VolumeName()), volume);
         } else {
-            Put(shares_, Lowered(volume->VolumeName()), volume);
+            Put(shares_, LowerCase(volume->VolumeName()), volume);
         }
     } catch (...) {
         // The volume is the answer; keeping it in the collection is a convenience.
@@ -124,7 +120,7 @@ ComPtr<Volume> Volumes::BindToVolume(std::wstring_view path) {
 ComPtr<Volume> Volumes::Lookup(const std::wstring& text) {
     const Variant index = Variant::FromString(text);
     if (ComPtr<Volume> volume = Item(*index.Get())) return volume;
-    if (ComPtr<Volume> volume = Find(shares_, Lowered(text))) return volume;
+    if (ComPtr<Volume> volume = Find(shares_, LowerCase(text))) return volume;
     return BindToVolume(text);
 }
 
