@@ -24,6 +24,7 @@ std::wstring RunTimeErrorText(long number) {
         case 51: return L"Internal error";
         case 380: return L"Invalid property value";
         case 425: return L"Invalid object use";
+        case 445: return L"Object doesn't support this action";
         default: return L"Application-defined or object-defined error";
     }
 }

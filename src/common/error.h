@@ -23,6 +23,7 @@ enum class RunTimeError : long {
     InternalError = 51,
     InvalidPropertyValue = 380,  // bad seek origin, empty new-line text
     InvalidObjectUse = 425,
+    ActionNotSupported = 445,    // a member the object cannot serve (FTP attributes, locks)
 };
 
 // The HRESULT that carries an error number: 1 to 65535 are run-time errors

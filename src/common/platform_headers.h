@@ -13,6 +13,9 @@
 #include <oleauto.h>
 #include <shlobj.h>
 #include <wininet.h>
+// The header names its wide and ANSI FTP open calls through this macro; the library calls
+// them by their own names, and its open-file class takes the plain one.
+#undef FtpOpenFile
 #include <winnetwk.h>
 #include <ras.h>
 #include <raserror.h>

@@ -7,6 +7,8 @@
 #include "common/platform_api.h"
 #include "common/system_error.h"
 #include "common/thread_state.h"
+#include "ftp/ftp_folder_enumerator.h"
+#include "ftp/ftp_folder_item.h"
 #include "ftp/proxy_settings.h"
 #include "items/find_data.h"
 #include "paths/path.h"
@@ -42,12 +44,6 @@ std::wstring WithoutScheme(const std::wstring& text) {
 const Path& Existing(const ComPtr<Path>& path) {
     if (!path) Raise(RunTimeError::InvalidCall, FtpConnection::kClassName);
     return *path.Get();
-}
-
-// The server's name for the folder of a path: the part after the host.
-std::wstring ServerFolder(const Path& folder) {
-    std::wstring relative = folder.RelativePath();
-    return relative.empty() ? L"/" : relative;
 }
 
 }  // namespace
@@ -216,25 +212,55 @@ void FtpConnection::OnInternetStatus(DWORD status, void*, DWORD) noexcept {
     }
 }
 
-template <class Body>
-void FtpConnection::OnServer(Body&& body) {
-    try {
-        body();
-    } catch (const AutomationError& error) {
-        const HRESULT number = error.Number();
-        const auto code = static_cast<DWORD>(HRESULT_CODE(number));
-        if (HRESULT_FACILITY(number) != FACILITY_WIN32 || !internet::ConnectionLost(connection_, code)) throw;
-        OnInternetStatus(INTERNET_STATUS_CONNECTION_CLOSED, nullptr, 0);
-        // WinInet's "transfer in progress" for a reply that never came is reported as what
-        // it was: the server reset the connection.
-        if (code == ERROR_FTP_TRANSFER_IN_PROGRESS) RaiseSystemError(ERROR_INTERNET_CONNECTION_RESET, kClassName);
-        throw;
+void FtpConnection::HandleServerFailure(const AutomationError& error) {
+    const HRESULT number = error.Number();
+    const auto code = static_cast<DWORD>(HRESULT_CODE(number));
+    if (HRESULT_FACILITY(number) != FACILITY_WIN32 || !internet::ConnectionLost(connection_, code)) return;
+    OnInternetStatus(INTERNET_STATUS_CONNECTION_CLOSED, nullptr, 0);
+    if (code == ERROR_FTP_TRANSFER_IN_PROGRESS) {
+        RaiseSystemError(ERROR_INTERNET_CONNECTION_RESET, error.Source().empty() ? kClassName : error.Source());
     }
 }
 
-void FtpConnection::MakeCurrent(const Path& folder) {
+void FtpConnection::MakeCurrent(const Path& folder, std::wstring_view source) {
     if (!internet::SetCurrentFolder(connection_, ServerFolder(folder))) {
-        RaiseLastError(L"Could not set current directory to " + folder.FullPath() + L".");
+        RaiseSystemError(static_cast<long>(GetLastError()), source,
+                         L"Could not set current directory to " + folder.FullPath() + L".");
+    }
+}
+
+std::wstring FtpConnection::ServerFolder(const Path& folder) {
+    std::wstring relative = folder.RelativePath();
+    return relative.empty() ? L"/" : relative;
+}
+
+ComPtr<FtpFolderItem> FtpConnection::FolderItem(std::wstring_view path) {
+    return FtpFolderItem::On(this, PathObject(path));
+}
+
+ComPtr<FtpConnection> FtpConnection::SynchronousClone() const {
+    Settings settings = StoredSettings();
+    settings.async = false;
+    return Connected(settings);
+}
+
+// Every missing level from the root down is made; existing levels are passed over.
+void FtpConnection::CreateFolderChain(const Path& folder) {
+    std::vector<std::wstring> segments;
+    const ComPtr<FindDataRecord> entry = FindDataRecord::Make();
+    for (size_t index = 1; index < folder.SegmentCount(); ++index) {
+        segments.emplace_back(folder.Segment(index));
+        const ComPtr<Path> level = root_->JoinedPath(segments);
+        const ComPtr<Path> parentPath = level->ParentPath();
+        const Path& parent = Existing(parentPath);
+        if (internet::FindItem(connection_, ServerFolder(parent), level->Name(), *entry.Get(), INTERNET_FLAG_RELOAD, 0,
+                               true, kClassName)) {
+            continue;
+        }
+        if (!internet::SetCurrentFolder(connection_, ServerFolder(parent)) ||
+            !internet::CreateFolder(connection_, level->Name())) {
+            RaiseLastError();
+        }
     }
 }
 
@@ -307,36 +333,18 @@ HRESULT FtpConnection::GetPathObject(BSTR FullPath, _Path** value) {
     return Get(value, [&] { return PathObject(Bstr::View(FullPath)); });
 }
 
-HRESULT FtpConnection::GetFolderItem(BSTR, _FtpFolderItem** value) {
-    return Get(value, []() -> ComPtr<_FtpFolderItem> { RaiseNotAvailable(L"GetFolderItem"); });
+HRESULT FtpConnection::GetFolderItem(BSTR Path, _FtpFolderItem** value) {
+    return Get(value, [&] { return FolderItem(Bstr::View(Path)); });
 }
 
-HRESULT FtpConnection::EnumFolder(BSTR, BSTR, _FtpFolderEnumerator** value) {
-    return Get(value, []() -> ComPtr<_FtpFolderEnumerator> { RaiseNotAvailable(L"EnumFolder"); });
+HRESULT FtpConnection::EnumFolder(BSTR Path, BSTR Filter, _FtpFolderEnumerator** value) {
+    return Get(value, [&] { return FolderItem(Bstr::View(Path))->Enumerator(Bstr::View(Filter)); });
 }
 
-// Every missing level from the root down is made; existing levels are passed over.
 HRESULT FtpConnection::CreateFolder(BSTR FolderPath) {
     return Run([&] {
         const ComPtr<Path> folder = PathObject(Bstr::View(FolderPath));
-        OnServer([&] {
-            std::vector<std::wstring> segments;
-            const ComPtr<FindDataRecord> entry = FindDataRecord::Make();
-            for (size_t index = 1; index < folder->SegmentCount(); ++index) {
-                segments.emplace_back(folder->Segment(index));
-                const ComPtr<Path> level = root_->JoinedPath(segments);
-                const ComPtr<Path> parentPath = level->ParentPath();
-                const Path& parent = Existing(parentPath);
-                if (internet::FindItem(connection_, ServerFolder(parent), level->Name(), *entry.Get(),
-                                       INTERNET_FLAG_RELOAD, 0, true, kClassName)) {
-                    continue;
-                }
-                if (!internet::SetCurrentFolder(connection_, ServerFolder(parent)) ||
-                    !internet::CreateFolder(connection_, level->Name())) {
-                    RaiseLastError();
-                }
-            }
-        });
+        OnServer([&] { CreateFolderChain(*folder.Get()); });
     });
 }
 

@@ -15,6 +15,7 @@
 
 namespace vofs {
 
+class FtpFolderItem;
 class Path;
 
 class FtpConnection final : public ComObject<FtpConnection, _FtpConnection, _IInternetStatus>,
@@ -40,7 +41,33 @@ public:
     static ComPtr<FtpConnection> Connected(const Settings& settings);
 
     HINTERNET ConnectionHandle() const { return connection_; }
+    bool IsConnected() const { return connection_ != nullptr; }
+    // A path text resolved against the server root ("ftp://server/..." of another server:
+    // error 5).
     ComPtr<Path> PathObject(std::wstring_view fullPath) const;
+    // The server's name for a folder: the path after the host ("/" for the root).
+    static std::wstring ServerFolder(const Path& folder);
+    // Makes a folder current; failures raise the system error under `source`.
+    void MakeCurrent(const Path& folder, std::wstring_view source = kClassName);
+    // Creates every missing level of `folder` from the root down.
+    void CreateFolderChain(const Path& folder);
+    // An item of this server, refreshed.
+    ComPtr<FtpFolderItem> FolderItem(std::wstring_view path);
+    // A new connection with this one's settings, synchronous whatever this one is.
+    ComPtr<FtpConnection> SynchronousClone() const;
+
+    // Runs work that talks to the server; when it fails because the server closed the
+    // control connection, the connection is handled as closed (and made again when
+    // allowed) before the failure reaches the caller.
+    template <class Body>
+    void OnServer(Body&& body) {
+        try {
+            body();
+        } catch (const AutomationError& error) {
+            HandleServerFailure(error);
+            throw;
+        }
+    }
 
     // ---- _FtpConnection
     HRESULT STDMETHODCALLTYPE Clone(_FtpConnection** value) override;
@@ -82,9 +109,9 @@ private:
     // Runs a member that talks to the server; when it fails because the server closed the
     // control connection, the connection is handled as closed (and made again when
     // allowed) before the failure reaches the caller.
-    template <class Body>
-    void OnServer(Body&& body);
-    void MakeCurrent(const Path& folder);
+    // A failure of work on the server: a lost connection is handled as closed; WinInet's
+    // "transfer in progress" for a reply that never came is raised as the reset it was.
+    void HandleServerFailure(const AutomationError& error);
     [[noreturn]] void RaiseLastError(std::wstring_view text = {}) const;
 
     std::wstring server_;

@@ -144,6 +144,11 @@ bool DeleteFile(HINTERNET connection, std::wstring_view path) {
     return Refined(api.FtpDeleteFileA(connection, ToAnsi(path).c_str())) != FALSE;
 }
 
+bool RemoveFolder(HINTERNET connection, std::wstring_view path) {
+    if (FtpUseWideCalls()) return Refined(api.FtpRemoveDirectoryW(connection, std::wstring(path).c_str())) != FALSE;
+    return Refined(api.FtpRemoveDirectoryA(connection, ToAnsi(path).c_str())) != FALSE;
+}
+
 bool SetCurrentFolder(HINTERNET connection, std::wstring_view path) {
     if (FtpUseWideCalls()) return Refined(api.FtpSetCurrentDirectoryW(connection, std::wstring(path).c_str())) != FALSE;
     return Refined(api.FtpSetCurrentDirectoryA(connection, ToAnsi(path).c_str())) != FALSE;
@@ -163,6 +168,33 @@ std::optional<std::wstring> CurrentFolder(HINTERNET connection) {
     if (!Refined(api.FtpGetCurrentDirectoryA(connection, folder.data(), &length))) return std::nullopt;
     folder.resize(std::min<size_t>(length, folder.size()));
     return FromAnsi(TextBeforeNul(std::string_view(folder)));
+}
+
+HINTERNET OpenFile(HINTERNET connection, std::wstring_view name, DWORD access, DWORD flags, DWORD_PTR context) {
+    if (FtpUseWideCalls()) {
+        return Refined(api.FtpOpenFileW(connection, std::wstring(name).c_str(), access, flags, context));
+    }
+    return Refined(api.FtpOpenFileA(connection, ToAnsi(name).c_str(), access, flags, context));
+}
+
+bool ReadFile(HINTERNET file, void* buffer, DWORD count, DWORD& moved) {
+    return Refined(api.InternetReadFile(file, buffer, count, &moved)) != FALSE;
+}
+
+bool WriteFile(HINTERNET file, const void* buffer, DWORD count, DWORD& moved) {
+    return Refined(api.InternetWriteFile(file, buffer, count, &moved)) != FALSE;
+}
+
+DWORD SetFilePointer(HINTERNET file, LONG distance, DWORD origin) {
+    return Refined(api.InternetSetFilePointer(file, distance, nullptr, origin, 0));
+}
+
+std::optional<uint64_t> FileSize(HINTERNET file) {
+    DWORD high = 0;
+    SetLastError(NO_ERROR);
+    const DWORD low = Refined(api.FtpGetFileSize(file, &high));
+    if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) return std::nullopt;
+    return uint64_t{high} << 32 | low;
 }
 
 void Close(HINTERNET handle) {

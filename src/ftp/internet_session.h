@@ -8,6 +8,7 @@
 
 #include "common/platform_headers.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,8 +33,16 @@ bool QueryOption(HINTERNET handle, DWORD option, void* buffer, DWORD& length);
 bool RenameFile(HINTERNET connection, std::wstring_view from, std::wstring_view to);
 bool CreateFolder(HINTERNET connection, std::wstring_view path);
 bool DeleteFile(HINTERNET connection, std::wstring_view path);
+bool RemoveFolder(HINTERNET connection, std::wstring_view path);
 bool SetCurrentFolder(HINTERNET connection, std::wstring_view path);
 std::optional<std::wstring> CurrentFolder(HINTERNET connection);
+HINTERNET OpenFile(HINTERNET connection, std::wstring_view name, DWORD access, DWORD flags, DWORD_PTR context);
+bool ReadFile(HINTERNET file, void* buffer, DWORD count, DWORD& moved);
+bool WriteFile(HINTERNET file, const void* buffer, DWORD count, DWORD& moved);
+// The new position, or INVALID_SET_FILE_POINTER.
+DWORD SetFilePointer(HINTERNET file, LONG distance, DWORD origin);
+// The size in bytes, or none.
+std::optional<uint64_t> FileSize(HINTERNET file);
 // Closes a valid handle; others are left alone.
 void Close(HINTERNET handle);
 

@@ -6,6 +6,7 @@
 #include "common/long_handles.h"
 #include "common/platform_api.h"
 #include "common/system_error.h"
+#include "streams/caller_buffer.h"
 #include "streams/open_file.h"
 #include "streams/stream_rules.h"
 
@@ -18,59 +19,6 @@ constexpr DWORD kSeekFlags = FILE_FLAG_SEQUENTIAL_SCAN | FILE_FLAG_RANDOM_ACCESS
 constexpr wchar_t kModuleSource[] = L"MFileSystemLib";
 
 void CheckStreamCall(bool succeeded) { CheckPlatformCall(succeeded, FileStream::kClassName); }
-
-// The caller's Buffer argument, read by its Variant type (a typed variable's reference
-// followed): an address (a Long, or a LongLong from 64-bit VBA), a String or a
-// one-dimensional Byte array.
-class CallerBuffer {
-public:
-    explicit CallerBuffer(VARIANT* argument) : value_(Deref(*argument)), array_(ArrayOf(value_)) {
-        switch (V_VT(&value_) & ~VT_BYREF) {
-            case VT_I4:
-                kind_ = BufferKind::Address;
-                // An address travels as a Long; on the 64-bit build it is sign-extended,
-                // as the library's own addresses are handed out (long_handles.h).
-                address_ = reinterpret_cast<uint8_t*>(static_cast<intptr_t>(
-                    V_VT(&value_) & VT_BYREF ? *V_I4REF(&value_) : V_I4(&value_)));
-                break;
-            case VT_I8:  // a LongPtr of 64-bit VBA
-                kind_ = BufferKind::Address;
-                address_ = reinterpret_cast<uint8_t*>(static_cast<intptr_t>(
-                    V_VT(&value_) & VT_BYREF ? *V_I8REF(&value_) : V_I8(&value_)));
-                break;
-            case VT_BSTR:
-                kind_ = BufferKind::Text;
-                text_ = Bstr::View(V_VT(&value_) & VT_BYREF ? *V_BSTRREF(&value_) : V_BSTR(&value_));
-                length_ = text_.size();
-                break;
-            case VT_ARRAY | VT_UI1:
-                if (!array_.Valid()) Raise(RunTimeError::InvalidCall, FileStream::kClassName);
-                kind_ = BufferKind::Bytes;
-                address_ = array_.Data();
-                length_ = array_.Count();
-                break;
-            default: Raise(RunTimeError::InvalidCall, FileStream::kClassName);
-        }
-    }
-
-    BufferKind Kind() const { return kind_; }
-    uint64_t Length() const { return length_; }
-    uint8_t* Address() const { return address_; }
-    std::wstring_view Text() const { return text_; }
-
-private:
-    static SAFEARRAY* ArrayOf(const VARIANT& value) {
-        if ((V_VT(&value) & ~VT_BYREF) != (VT_ARRAY | VT_UI1)) return nullptr;
-        return V_VT(&value) & VT_BYREF ? *V_ARRAYREF(&value) : V_ARRAY(&value);
-    }
-
-    const VARIANT& value_;
-    ArrayData array_;
-    BufferKind kind_ = BufferKind::Other;
-    uint8_t* address_ = nullptr;
-    std::wstring_view text_;
-    uint64_t length_ = 0;
-};
 
 }  // namespace
 
@@ -122,7 +70,7 @@ LONG FileStream::Transfer(bool reading, VARIANT* buffer, LONG offset, LONG count
     if (async_->Pending()) RaiseSystemError(ERROR_IO_PENDING, kClassName);
     if (File().Flags() & FILE_FLAG_OVERLAPPED) return StartAsync(reading, buffer, count);
 
-    const CallerBuffer caller(buffer);
+    const CallerBuffer caller(buffer, kClassName);
     const auto direction = reading ? stream_rules::Direction::Read : stream_rules::Direction::Write;
     const stream_rules::TransferPlan plan = stream_rules::PlanTransfer(direction, caller.Kind(), caller.Length(), offset, count);
     if (plan.refused) Raise(RunTimeError::InvalidCall, kClassName);
@@ -152,7 +100,7 @@ LONG FileStream::Transfer(bool reading, VARIANT* buffer, LONG offset, LONG count
 // An overlapped transfer takes the whole buffer: Offset, and Count but for an address,
 // play no part.
 LONG FileStream::StartAsync(bool reading, VARIANT* buffer, LONG count) {
-    const CallerBuffer caller(buffer);
+    const CallerBuffer caller(buffer, kClassName);
     const auto direction = reading ? AsyncTransfer::Direction::Read : AsyncTransfer::Direction::Write;
     const HANDLE handle = File().RequireHandle();
     switch (caller.Kind()) {
