@@ -66,8 +66,10 @@ for arch in x86 x64; do
   echo "    256 MiB read in 64 KiB byte arrays:       $(ratio "$(get stream.read.vofslib)" "$(get stream.read.raw)")x"
   echo "    ReadLine over 20 MB of 80-byte lines:     $(ratio "$(get readline.vofslib)" "$(get readline.raw)")x"
   echo "    CopyFolder of 1,000 files, 100 MiB:       $(ratio "$(get copyfolder.vofslib)" "$(get copyfolder.raw)")x"
-  echo "  an FTP session (connect, log in, list 1,000 entries, disconnect), library / raw WinInet:"
-  echo "    $(ratio "$(get ftp.session.vofslib)" "$(get ftp.session.raw)")x"
+  echo "  FTP over loopback, library / raw WinInet (time):"
+  echo "    listing 1,000 entries (EnumFolder):       $(ratio "$(get ftp.list.vofslib)" "$(get ftp.list.raw)")x"
+  echo "    64 MiB upload in 64 KiB byte arrays:      $(ratio "$(get ftp.upload.vofslib)" "$(get ftp.upload.raw)")x"
+  echo "    64 MiB download in 64 KiB byte arrays:    $(ratio "$(get ftp.download.vofslib)" "$(get ftp.download.raw)")x"
   tests/support/wine_session.sh stop
   trap - EXIT
 done

@@ -12,6 +12,7 @@
   masked), so that tests can see what a client sent. A user name asks for a fault:
     fault-data425xN / fault-data426xN   the first N data commands of each session are
                                         answered 425 or 426
+    fault-file425xN / fault-file426xN   the same for file transfers (RETR, STOR) only
     fault-dropK                         the control connection is dropped, without a reply,
                                         at the session's K-th command after the login
     refused                             the login is answered "421 Too many users" and the
@@ -31,6 +32,7 @@ import sys
 import time
 
 DATA_COMMANDS = {"LIST", "NLST", "MLSD", "RETR", "STOR", "APPE", "STOU"}
+FILE_COMMANDS = {"RETR", "STOR", "APPE", "STOU"}
 
 
 def free_port():
@@ -80,10 +82,11 @@ def main_server(root, log_path):
         data_faults = 0
 
         def on_login(self, username):
-            found = re.fullmatch(r"fault-data(42[56])x(\d+)", username)
+            found = re.fullmatch(r"fault-(data|file)(42[56])x(\d+)", username)
             if found:
-                self.data_faults = int(found.group(2))
-                self.data_reply = found.group(1)
+                self.faulty = DATA_COMMANDS if found.group(1) == "data" else FILE_COMMANDS
+                self.data_faults = int(found.group(3))
+                self.data_reply = found.group(2)
 
         def pre_process_command(self, line, cmd, arg):
             user = self.username or "-"
@@ -100,7 +103,7 @@ def main_server(root, log_path):
                     self.log_file.write("%s\t(dropped)\n" % user)
                     self.close()
                     return
-                if cmd in DATA_COMMANDS and self.data_faults > 0:
+                if self.data_faults > 0 and cmd in self.faulty:
                     self.data_faults -= 1
                     if self.data_reply == "425":
                         self.respond("425 Can't open data connection.")

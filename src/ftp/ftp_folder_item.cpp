@@ -133,10 +133,15 @@ ComPtr<FtpFileStream> FtpFolderItem::OpenStreamNow(DWORD access, bool ascii, boo
         for (DWORD attempt = 1;; ++attempt) {
             file = internet::OpenFile(connection_->ConnectionHandle(), name, access, flags, stream->Context());
             if (internet::IsValid(file)) break;
-            const DWORD error = GetLastError();  // asking for the reply resets it
-            if (attempt >= kOpenAttempts || !RetriesOpen(internet::LastReplyCode())) {
-                RaiseSystemError(static_cast<long>(error), kClassName);
+            DWORD error = GetLastError();  // asking for the reply resets it
+            const long reply = internet::LastReplyCode();
+            // A failure whose last reply is a positive one never got the transfer's reply:
+            // when NOOPs find the connection gone, it is reported as the reset it was.
+            if (error == ERROR_INTERNET_EXTENDED_ERROR && reply / 100 == 2 &&
+                internet::ConnectionLost(connection_->ConnectionHandle(), ERROR_FTP_TRANSFER_IN_PROGRESS)) {
+                error = ERROR_INTERNET_CONNECTION_RESET;
             }
+            if (attempt >= kOpenAttempts || !RetriesOpen(reply)) RaiseSystemError(static_cast<long>(error), kClassName);
         }
     });
     stream->AttachTo(FtpOpenFile::Opened(file, this, access), async);

@@ -1,0 +1,158 @@
+// FTP items, listings and streams against the test session's servers: trees copied to
+// the server and back, what the server saw (its log) for items a listing handed out, the
+// open retries and drops of the faulty users. Through the seam: a file size this
+// platform's WinInet never reports, and a request that stays pending. The script client
+// (scripts/ftp_items.vbs) walks, writes, reads and deletes a remote tree as a user does.
+
+#include "common/byte_array.h"
+#include "common/platform_api.h"
+#include "ftp/ftp_sessions.h"
+#include "items/folder_item.h"
+#include "streams/folder_copy.h"
+
+#include <chrono>
+#include <map>
+
+namespace vofs::testing {
+namespace {
+
+ComPtr<_FtpFolderItem> ItemOf(_FtpConnection* connection, const wchar_t* path) {
+    ComPtr<_FtpFolderItem> item;
+    EXPECT_EQ(connection->GetFolderItem(Bstr(path).Get(), &item), S_OK) << Narrow(path);
+    return item;
+}
+
+ComPtr<_FtpFileStream> StreamOf(_FtpFolderItem* item, DWORD access, bool async = false) {
+    ComPtr<_FtpFileStream> stream;
+    EXPECT_EQ(item->OpenStream(static_cast<FileAccess>(access), VARIANT_FALSE, async ? VARIANT_TRUE : VARIANT_FALSE, &stream), S_OK);
+    return stream;
+}
+
+ComPtr<_IFolderItem> AsFolderItem(IUnknown* item) {
+    ComPtr<_IFolderItem> face;
+    EXPECT_EQ(item->QueryInterface(IID_PPV_ARGS(&face)), S_OK);
+    return face;
+}
+
+// Each file of a tree, with its bytes, by its path below the tree.
+std::map<std::wstring, std::string> TreeContents(const std::filesystem::path& top) {
+    std::map<std::wstring, std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(top)) {
+        const std::wstring below = std::filesystem::relative(entry.path(), top).wstring();
+        files[below] = entry.is_directory() ? "(folder)" : FileContents(entry.path().wstring());
+    }
+    return files;
+}
+
+TEST_F(FtpSessions, ALocalTreeCopiedToTheServerAndBackArrivesByteForByte) {
+    const ScratchFolder local;
+    std::string binary(300000, '\0');
+    for (size_t at = 0; at < binary.size(); ++at) binary[at] = static_cast<char>(at * 7 % 251);
+    for (const wchar_t* folder : {L"tree", L"tree\\nested", L"tree\\nested\\deeper", L"tree\\empty"}) local.MakeFolder(folder);
+    local.WriteFile(L"tree\\one.bin", binary);
+    local.WriteFile(L"tree\\nested\\deeper\\two.txt", "two\r\n");
+    local.WriteFile(L"tree\\nested\\zero.txt");
+    std::filesystem::remove_all(mainRoot_ / "copied");
+
+    const ComPtr<_FtpConnection> connection = Connected({});
+
+    CopyFolderTree(static_cast<_IFolderItem*>(FolderItem::Open(local / L"tree").Get()),
+                   AsFolderItem(ItemOf(connection.Get(), L"/copied").Get()).Get(), true);
+    CopyFolderTree(AsFolderItem(ItemOf(connection.Get(), L"/copied").Get()).Get(),
+                   static_cast<_IFolderItem*>(FolderItem::Open(local / L"back").Get()), true);
+    EXPECT_EQ(TreeContents(mainRoot_ / "copied"), TreeContents(local / L"tree"));
+    EXPECT_EQ(TreeContents(local / L"back"), TreeContents(local / L"tree"));
+}
+
+// Items handed out by a listing answer from the entry; Refresh asks the server again.
+TEST_F(FtpSessions, ListedItemsAnswerWithoutAskingTheServerUntilRefreshed) {
+    std::filesystem::create_directories(mainRoot_ / "listing");
+    WriteBytes((mainRoot_ / "listing" / "five.txt").wstring(), "12345");
+    const ServerLog log("watch-items");
+    const ComPtr<_FtpConnection> connection = Connected({.user = L"watch-items"});
+    ComPtr<_FtpFolderEnumerator> entries;
+    ASSERT_EQ(connection->EnumFolder(Bstr(L"/listing").Get(), Bstr(L"five*").Get(), &entries), S_OK);
+    ComPtr<_FtpFolderItem> item;
+    ASSERT_EQ(entries->GetFolderItem(&item), S_OK);
+    const long listings = log.Sent("LIST"), commands = log.Sent("");
+    Variant size;
+    ASSERT_EQ(item->get_Size(size.Get()), S_OK);
+    EXPECT_EQ(PreciseOf(size), 5u);
+    EXPECT_FALSE(ValueOf<VARIANT_BOOL>(item.Get(), &_FtpFolderItem::get_IsFolder));
+    EXPECT_EQ(log.Sent(""), commands);
+    EXPECT_EQ(item->Refresh(), S_OK);
+    EXPECT_EQ(log.Sent("LIST"), listings + 1);
+}
+
+// A refused transfer is opened again, four attempts in all; "550" ends the attempts at once.
+TEST_F(FtpSessions, RefusedTransfersAreRetriedFourTimesInAll) {
+    WriteBytes((mainRoot_ / "retried.txt").wstring(), "retried");
+    struct Case { const wchar_t* user; const wchar_t* path; HRESULT expected; long attempts; };
+    for (const Case& c : {Case{L"fault-file425x3", L"/retried.txt", S_OK, 4}, {L"fault-file426x3", L"/retried.txt", S_OK, 4},
+                          {L"fault-file425x4", L"/retried.txt", System(12029), 4}, {L"tester", L"/none.txt", System(2), 1}}) {
+        const ServerLog log(Narrow(c.user));
+        const ComPtr<_FtpFolderItem> item = ItemOf(Connected({.user = c.user}).Get(), c.path);
+        ComPtr<_FtpFileStream> stream;
+        const ErrorRecord error = TakeError(item->OpenStream(static_cast<FileAccess>(GENERIC_READ), VARIANT_FALSE, VARIANT_FALSE, &stream));
+        EXPECT_EQ(error.number, c.expected) << Narrow(c.user);
+        if (FAILED(c.expected)) {
+            EXPECT_EQ(error.source, L"FtpFolderItem");
+        }
+        EXPECT_EQ(log.Sent("RETR"), c.attempts) << Narrow(c.user);
+    }
+}
+
+// A download whose control connection is dropped fails clearly, and the connection is made
+// again for the next call.
+TEST_F(FtpSessions, ADroppedTransferFailsAndTheConnectionRecovers) {
+    WriteBytes((mainRoot_ / "dropped.txt").wstring(), "dropped");
+    const ServerLog log("fault-drop10");
+    const ComPtr<_FtpConnection> connection = Connected({.user = L"fault-drop10"});
+    const ComPtr<_FtpFolderItem> item = ItemOf(connection.Get(), L"/dropped.txt");
+    ComPtr<_FtpFileStream> stream;
+    EXPECT_EQ(TakeError(item->OpenStream(static_cast<FileAccess>(GENERIC_READ), VARIANT_FALSE, VARIANT_FALSE, &stream)).number,
+              System(ERROR_INTERNET_CONNECTION_RESET));
+    EXPECT_EQ(log.Sent("(dropped)"), 1);
+    EXPECT_EQ(log.Sent("PASS"), 2);  // made again (this user's new session drops its own tenth command)
+    EXPECT_TRUE(ValueOf<VARIANT_BOOL>(connection.Get(), &_FtpConnection::get_IsConnected));
+}
+
+DWORD WINAPI FiveAndFourGigabytes(HINTERNET, DWORD* high) {
+    *high = 1;
+    return 5;
+}
+
+BOOL WINAPI StaysPending(HINTERNET, void*, DWORD, DWORD*) {
+    SetLastError(ERROR_IO_PENDING);
+    return FALSE;
+}
+
+TEST_F(FtpSessions, OpenFileSizeAndAPendingAsynchronousRead) {
+    WriteBytes((mainRoot_ / "sized.txt").wstring(), "sized");
+    const ComPtr<_FtpFileStream> stream = StreamOf(ItemOf(Connected({}).Get(), L"/sized.txt").Get(), GENERIC_READ, true);
+    ComPtr<_FtpOpenFile> file;
+    ASSERT_EQ(stream->get_OpenFile(&file), S_OK);
+    {
+        const ApiOverride<&PlatformApi::FtpGetFileSize> size{&FiveAndFourGigabytes};
+        Variant value;
+        ASSERT_EQ(file->get_Size(value.Get()), S_OK);
+        EXPECT_EQ(PreciseOf(value), (uint64_t{1} << 32) + 5);
+    }
+    EXPECT_EQ(ValueOf<LONG>(file.Get(), &_FtpOpenFile::GetIoBufferSizeHint), 8192);
+
+    const ApiOverride<&PlatformApi::InternetReadFile> read{&StaysPending};
+    Variant buffer = ZeroByteArray(16);
+    EXPECT_EQ(ValueOf<LONG>(stream.Get(), &_FtpFileStream::ReadStream, buffer.Get(), 0, -1), 0);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(ValueOf<VARIANT_BOOL>(stream.Get(), &_FtpFileStream::AsyncWaitOnIo, 500, QsAllInput));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(450));
+    EXPECT_TRUE(ValueOf<VARIANT_BOOL>(stream.Get(), &_FtpFileStream::get_AsyncIoPending));
+    LONG moved = 0;
+    EXPECT_EQ(TakeError(stream->ReadStream(buffer.Get(), 0, -1, &moved)).number, System(ERROR_IO_PENDING));
+    EXPECT_EQ(stream->CloseStream(), S_OK);
+    Variant closed;
+    EXPECT_EQ(TakeError(file->get_Size(closed.Get())).number, RunTime(5));
+}
+
+}  // namespace
+}  // namespace vofs::testing
