@@ -1,6 +1,5 @@
 #include "ftp/ftp_file_stream.h"
 
-#include "common/ansi.h"
 #include "common/byte_array.h"
 #include "common/large_values.h"
 #include "common/long_handles.h"
@@ -9,7 +8,6 @@
 #include "streams/caller_buffer.h"
 #include "streams/file_stream.h"
 #include "streams/open_file.h"
-#include "streams/stream_rules.h"
 
 #include <cstring>
 #include <string>
@@ -83,25 +81,14 @@ LONG FtpFileStream::Transfer(bool reading, VARIANT* buffer, LONG offset, LONG co
     if (!buffer) Raise(RunTimeError::InvalidCall, kClassName);
     if (pending_) RaiseCode(ERROR_IO_PENDING);
     const HINTERNET handle = RemoteHandle();
-    const CallerBuffer caller(buffer, kClassName);
     const auto direction = reading ? stream_rules::Direction::Read : stream_rules::Direction::Write;
-    const stream_rules::TransferPlan plan =
-        stream_rules::PlanTransfer(direction, caller.Kind(), caller.Length(), offset, count);
-    if (plan.refused) Raise(RunTimeError::InvalidCall, kClassName);
-    if (plan.count == 0) return 0;
-
-    uint8_t* at = caller.Address();
-    std::string ansi;  // a String's bytes: read into and dropped, or written from
-    if (caller.Kind() == BufferKind::Text) {
-        ansi = ToUserAnsi(caller.Text());
-        if (ansi.size() < uint64_t{plan.start} + plan.count) ansi.resize(uint64_t{plan.start} + plan.count);
-        at = reinterpret_cast<uint8_t*>(ansi.data());
-    }
-    at += plan.start;
-    if (async_) return StartAsync(reading, caller, at, plan.count);
+    const PlannedTransfer transfer(buffer, direction, offset, count, kClassName);
+    if (transfer.Count() == 0) return 0;
+    uint8_t* const at = transfer.At();
+    if (async_) return StartAsync(reading, transfer.Caller(), at, transfer.Count());
 
     const stream_rules::LoopResult result =
-        stream_rules::RunTransfer(direction, plan.count, [&](uint32_t done, uint32_t request) {
+        stream_rules::RunTransfer(direction, transfer.Count(), [&](uint32_t done, uint32_t request) {
             DWORD moved = 0;
             const bool ok = reading ? internet::ReadFile(handle, at + done, request, moved)
                                     : internet::WriteFile(handle, at + done, request, moved);

@@ -1,10 +1,16 @@
 #include "streams/caller_buffer.h"
 
+#include "common/ansi.h"
 #include "common/bstr.h"
 #include "common/error.h"
 
 namespace vofs {
 namespace {
+
+VARIANT* Given(VARIANT* argument, std::wstring_view source) {
+    if (!argument) Raise(RunTimeError::InvalidCall, source);
+    return argument;
+}
 
 SAFEARRAY* ByteArrayIn(const VARIANT& value) {
     if ((V_VT(&value) & ~VT_BYREF) != (VT_ARRAY | VT_UI1)) return nullptr;
@@ -44,6 +50,22 @@ CallerBuffer::CallerBuffer(VARIANT* argument, std::wstring_view source)
             break;
         default: Raise(RunTimeError::InvalidCall, source);
     }
+}
+
+PlannedTransfer::PlannedTransfer(VARIANT* argument, stream_rules::Direction direction, int32_t offset, int32_t count,
+                                 std::wstring_view source)
+    : caller_(Given(argument, source), source) {
+    const stream_rules::TransferPlan plan =
+        stream_rules::PlanTransfer(direction, caller_.Kind(), caller_.Length(), offset, count);
+    if (plan.refused) Raise(RunTimeError::InvalidCall, source);
+    count_ = plan.count;
+    at_ = caller_.Address();
+    if (caller_.Kind() == BufferKind::Text) {
+        ansi_ = ToUserAnsi(caller_.Text());
+        if (ansi_.size() < uint64_t{plan.start} + plan.count) ansi_.resize(uint64_t{plan.start} + plan.count);
+        at_ = reinterpret_cast<uint8_t*>(ansi_.data());
+    }
+    at_ += plan.start;
 }
 
 }  // namespace vofs

@@ -10,6 +10,7 @@
 #include "streams/stream_rules.h"
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace vofs {
@@ -31,6 +32,28 @@ private:
     uint8_t* address_ = nullptr;
     std::wstring_view text_;
     uint64_t length_ = 0;
+};
+
+// The bytes one transfer moves: the buffer contract's plan applied to the caller's buffer
+// (error 5 when it is refused or missing), a String staged through its ANSI bytes (read
+// into and dropped, or written from).
+class PlannedTransfer {
+public:
+    PlannedTransfer(VARIANT* argument, stream_rules::Direction direction, int32_t offset, int32_t count,
+                    std::wstring_view source);
+    PlannedTransfer(const PlannedTransfer&) = delete;
+    PlannedTransfer& operator=(const PlannedTransfer&) = delete;
+
+    const CallerBuffer& Caller() const { return caller_; }
+    // The bytes to move (0: nothing) and where they start.
+    uint32_t Count() const { return count_; }
+    uint8_t* At() const { return at_; }
+
+private:
+    CallerBuffer caller_;
+    std::string ansi_;
+    uint8_t* at_ = nullptr;
+    uint32_t count_ = 0;
 };
 
 }  // namespace vofs

@@ -70,23 +70,13 @@ LONG FileStream::Transfer(bool reading, VARIANT* buffer, LONG offset, LONG count
     if (async_->Pending()) RaiseSystemError(ERROR_IO_PENDING, kClassName);
     if (File().Flags() & FILE_FLAG_OVERLAPPED) return StartAsync(reading, buffer, count);
 
-    const CallerBuffer caller(buffer, kClassName);
     const auto direction = reading ? stream_rules::Direction::Read : stream_rules::Direction::Write;
-    const stream_rules::TransferPlan plan = stream_rules::PlanTransfer(direction, caller.Kind(), caller.Length(), offset, count);
-    if (plan.refused) Raise(RunTimeError::InvalidCall, kClassName);
-    if (plan.count == 0) return 0;
-
-    uint8_t* at = caller.Address();
-    std::string ansi;  // a String's bytes: read into and dropped, or written from
-    if (caller.Kind() == BufferKind::Text) {
-        ansi = ToUserAnsi(caller.Text());
-        if (ansi.size() < uint64_t{plan.start} + plan.count) ansi.resize(uint64_t{plan.start} + plan.count);
-        at = reinterpret_cast<uint8_t*>(ansi.data());
-    }
-    at += plan.start;
+    const PlannedTransfer transfer(buffer, direction, offset, count, kClassName);
+    if (transfer.Count() == 0) return 0;
+    uint8_t* const at = transfer.At();
 
     SetLastError(0);
-    const stream_rules::LoopResult result = stream_rules::RunTransfer(direction, plan.count, [&](uint32_t done, uint32_t request) {
+    const stream_rules::LoopResult result = stream_rules::RunTransfer(direction, transfer.Count(), [&](uint32_t done, uint32_t request) {
         const HANDLE handle = File().RequireHandle();
         DWORD moved = 0;
         const BOOL ok = reading ? api.ReadFile(handle, at + done, request, &moved, nullptr)
