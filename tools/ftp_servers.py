@@ -173,15 +173,18 @@ def serve(folder, time_limit, ready):
     os.close(ready)
 
     deadline = time.monotonic() + time_limit
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(0))
+    # pyftpdlib's loop swallows the exit a signal handler raises, so the handler only
+    # asks the loop below to end.
+    stopping = []
+    signal.signal(signal.SIGTERM, lambda *_: stopping.append(True))
     wait = 0.5
     try:
-        while time.monotonic() < deadline and vsftpd.poll() is None:
+        while not stopping and time.monotonic() < deadline and vsftpd.poll() is None:
             # One pass of the server's loop; it answers when its next scheduled task is due.
-            next_task = server.serve_forever(timeout=wait, blocking=False)
+            next_task = server.serve_forever(timeout=wait, blocking=False, handle_exit=False)
             wait = 0.5 if next_task is None else max(0.0, min(0.5, next_task))
     finally:
-        vsftpd.terminate()
+        vsftpd.terminate()  # timeout hands the signal on to vsftpd
         server.close_all()
 
 
