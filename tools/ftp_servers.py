@@ -15,6 +15,8 @@
     fault-file425xN / fault-file426xN   the same for file transfers (RETR, STOR) only
     fault-dropK                         the control connection is dropped, without a reply,
                                         at the session's K-th command after the login
+    fault-cutK                          a file transfer's data and control connections are
+                                        both dropped once K bytes have moved, without a reply
     refused                             the login is answered "421 Too many users" and the
                                         connection closed
 - "vsftpd": vsftpd in the foreground with a configuration of its own, anonymous only;
@@ -43,7 +45,7 @@ def free_port():
 
 def main_server(root, log_path):
     from pyftpdlib.authorizers import AuthenticationFailed, DummyAuthorizer
-    from pyftpdlib.handlers import FTPHandler
+    from pyftpdlib.handlers import DTPHandler, FTPHandler
     from pyftpdlib.log import config_logging
     from pyftpdlib.servers import FTPServer
 
@@ -75,7 +77,29 @@ def main_server(root, log_path):
         def get_msg_quit(self, username):
             return "Goodbye."
 
+    class CuttingDTPHandler(DTPHandler):
+        """Drops the whole session in the middle of a transfer for the fault-cutK users."""
+
+        def _cut_after(self, moved):
+            found = re.fullmatch(r"fault-cut(\d+)", self.cmd_channel.username or "")
+            if found and moved >= int(found.group(1)):
+                self.cmd_channel.log_file.write("%s\t(cut)\n" % self.cmd_channel.username)
+                self.cmd_channel.close()
+                return True
+            return False
+
+        def send(self, data):
+            return 0 if self._cut_after(self.tot_bytes_sent) else DTPHandler.send(self, data)
+
+        def handle_read(self):
+            if not self._cut_after(self.tot_bytes_received):
+                DTPHandler.handle_read(self)
+
+        handle_read_event = handle_read
+
     class Handler(FTPHandler):
+        dtp_handler = CuttingDTPHandler
+        use_sendfile = False  # every byte sent goes through CuttingDTPHandler.send
         auth_failed_timeout = 0.05
         log_file = open(log_path, "a", buffering=1)
         after_login = 0

@@ -4,6 +4,8 @@
 #include "common/large_values.h"
 #include "common/long_handles.h"
 #include "common/system_error.h"
+#include "ftp/ftp_connection.h"
+#include "ftp/ftp_folder_item.h"
 #include "ftp/ftp_open_file.h"
 #include "streams/caller_buffer.h"
 #include "streams/file_stream.h"
@@ -87,16 +89,34 @@ LONG FtpFileStream::Transfer(bool reading, VARIANT* buffer, LONG offset, LONG co
     uint8_t* const at = transfer.At();
     if (async_) return StartAsync(reading, transfer.Caller(), at, transfer.Count());
 
+    DWORD lastFailure = 0;  // a read that fails moves nothing, which the loop takes as the end
     const stream_rules::LoopResult result =
         stream_rules::RunTransfer(direction, transfer.Count(), [&](uint32_t done, uint32_t request) {
             DWORD moved = 0;
             const bool ok = reading ? internet::ReadFile(handle, at + done, request, moved)
                                     : internet::WriteFile(handle, at + done, request, moved);
-            return stream_rules::StepResult{ok, moved, ok ? 0 : GetLastError()};
+            lastFailure = ok ? 0 : GetLastError();
+            return stream_rules::StepResult{ok, moved, lastFailure};
         });
     position_ += result.total;
-    if (result.error) RaiseCode(result.error);
+    if (result.error || lastFailure) RaiseTransferFailure(result.error ? result.error : lastFailure);
+    if (reading && result.total < transfer.Count()) RequireWholeDownload();
     return static_cast<LONG>(result.total);
+}
+
+void FtpFileStream::RequireWholeDownload() {
+    if (!Remote().EndsAt(position_)) RaiseTransferFailure(ERROR_INTERNET_CONNECTION_RESET);
+}
+
+// A transfer cut by the server's going away ends the file (its handle belongs to the lost
+// connection) and lets the connection make itself anew before the error is raised.
+void FtpFileStream::RaiseTransferFailure(DWORD code) {
+    FtpOpenFile& file = Remote();
+    if (internet::ConnectionLost(nullptr, code)) {
+        file.Close();
+        file.Item().Connection().OnServer([&] { RaiseCode(code); });
+    }
+    RaiseCode(code);
 }
 
 // The request runs on the stream's own buffer: a write copies the caller's bytes in first,
@@ -117,11 +137,12 @@ LONG FtpFileStream::StartAsync(bool reading, const CallerBuffer& caller, uint8_t
         const DWORD code = GetLastError();
         if (code == ERROR_IO_PENDING) return 0;
         pending_ = false;
-        RaiseCode(code);
+        RaiseTransferFailure(code);
     }
     pending_ = false;
     position_ += moved;
     if (reading && caller.Kind() != BufferKind::Text) std::memcpy(at, buffer_.data(), moved);
+    if (reading && moved == 0) RequireWholeDownload();
     return static_cast<LONG>(moved);
 }
 

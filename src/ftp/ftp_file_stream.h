@@ -89,6 +89,9 @@ private:
     void Close();
     LONG Transfer(bool reading, VARIANT* buffer, LONG offset, LONG count);
     LONG StartAsync(bool reading, const CallerBuffer& caller, uint8_t* at, uint32_t count);
+    // At the end of a download's data: error 12031 when the file did not arrive whole.
+    void RequireWholeDownload();
+    [[noreturn]] void RaiseTransferFailure(DWORD code);
     void OnInternetStatus(DWORD status, void* information, DWORD length) noexcept override;
     // Runs `local` on the local stream when there is one, else `remote`.
     template <class LocalCall, class RemoteCall>

@@ -56,21 +56,33 @@ void FtpFolderEnumerator::OpenNow(std::wstring_view filter) {
     if (!internet::IsValid(find_)) {
         const DWORD code = GetLastError();
         find_ = kClosed;
-        if (IsEndOfList(code)) return Close();
+        if (IsEndOfList(code)) return EndListing();
         RaiseCode(code);
     }
     bool current = true;
     while (current && IsDotsOrEmpty(record_->FileName())) current = MoveNext();
-    if (!current) Close();
 }
 
 bool FtpFolderEnumerator::MoveNext() {
     if (!internet::IsValid(find_)) return false;
     if (internet::FindNext(find_, *record_.Get())) return true;
     const DWORD code = GetLastError();
-    Close();
-    if (!IsEndOfList(code)) RaiseCode(code);
+    if (!IsEndOfList(code)) {
+        Close();
+        RaiseCode(code);
+    }
+    EndListing();
     return false;
+}
+
+// WinInet takes a data connection that closed early (the server gone in mid-listing) for
+// the listing's end: the end is real only while the private connection still answers.
+void FtpFolderEnumerator::EndListing() {
+    internet::Close(std::exchange(find_, kClosed));
+    const bool cut = clone_ && clone_->IsConnected() &&
+                     internet::ConnectionLost(clone_->ConnectionHandle(), ERROR_FTP_TRANSFER_IN_PROGRESS);
+    Close();
+    if (cut) RaiseCode(ERROR_INTERNET_CONNECTION_RESET);
 }
 
 void FtpFolderEnumerator::Close() {

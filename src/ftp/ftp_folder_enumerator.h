@@ -62,6 +62,7 @@ private:
 
     void OpenNow(std::wstring_view filter);
     bool MoveNext();
+    void EndListing();
     void Close();
     ComPtr<Path> EntryPath() const;
     ComPtr<FtpFolderItem> EntryItem() const;

@@ -82,6 +82,17 @@ void FtpFolderItem::RefreshNow() {
     setUp_ = true;
 }
 
+std::optional<uint64_t> FtpFolderItem::ListedSize() const {
+    if (!setUp_ || !exists_ || path_->IsRoot() || record_->IsFolder()) return std::nullopt;
+    return record_->ByteSize();
+}
+
+bool FtpFolderItem::RefreshAside() {
+    const ComPtr<FtpFolderItem> fresh = On(connection_->SynchronousClone(), path_);
+    if (fresh->exists_) record_->InitializeFrom(fresh->record_->Bytes().data(), fresh->record_->Version());
+    return fresh->exists_;
+}
+
 void FtpFolderItem::RequireSetUp() const {
     if (!setUp_) Raise(RunTimeError::InvalidCall, kClassName);
 }
@@ -144,7 +155,9 @@ ComPtr<FtpFileStream> FtpFolderItem::OpenStreamNow(DWORD access, bool ascii, boo
             if (attempt >= kOpenAttempts || !RetriesOpen(reply)) RaiseSystemError(static_cast<long>(error), kClassName);
         }
     });
-    stream->AttachTo(FtpOpenFile::Opened(file, this, access), async);
+    // A binary download is expected to end at the size the item was listed with.
+    const std::optional<uint64_t> length = access & GENERIC_READ && !ascii ? ListedSize() : std::nullopt;
+    stream->AttachTo(FtpOpenFile::Opened(file, this, access, length), async);
     return stream;
 }
 

@@ -16,12 +16,24 @@ constexpr wchar_t kSizeSource[] = L"OpenFile";
 
 }  // namespace
 
-ComPtr<FtpOpenFile> FtpOpenFile::Opened(HINTERNET handle, ComPtr<FtpFolderItem> item, DWORD access) {
+ComPtr<FtpOpenFile> FtpOpenFile::Opened(HINTERNET handle, ComPtr<FtpFolderItem> item, DWORD access,
+                                        std::optional<uint64_t> listedLength) {
     ComPtr<FtpOpenFile> file = Make();
     file->handle_ = handle;
     file->item_ = std::move(item);
     file->access_ = access;
+    file->listedLength_ = listedLength;
     return file;
+}
+
+bool FtpOpenFile::EndsAt(uint64_t moved) {
+    if (!listedLength_ || moved >= *listedLength_) return true;
+    try {
+        listedLength_ = item_->RefreshAside() ? item_->ListedSize() : std::nullopt;
+    } catch (const AutomationError&) {
+        return false;  // the server cannot be reached again: the transfer was cut
+    }
+    return !listedLength_ || moved >= *listedLength_;
 }
 
 FtpOpenFile::~FtpOpenFile() { Close(); }

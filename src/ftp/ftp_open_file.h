@@ -8,6 +8,9 @@
 #include "frame/com_object.h"
 #include "frame/contract.h"
 
+#include <cstdint>
+#include <optional>
+
 namespace vofs {
 
 class FtpFolderItem;
@@ -16,13 +19,21 @@ class FtpOpenFile final : public ComObject<FtpOpenFile, _FtpOpenFile, _IOpenFile
 public:
     static constexpr wchar_t kClassName[] = L"FtpOpenFile";
 
-    static ComPtr<FtpOpenFile> Opened(HINTERNET handle, ComPtr<FtpFolderItem> item, DWORD access);
+    // `listedLength`: where a download is expected to end (see EndsAt), when known.
+    static ComPtr<FtpOpenFile> Opened(HINTERNET handle, ComPtr<FtpFolderItem> item, DWORD access,
+                                      std::optional<uint64_t> listedLength);
 
     HINTERNET NativeHandle() const { return handle_; }
     // The handle, or error 5 once closed.
     HINTERNET RequireHandle() const;
     DWORD AccessMask() const { return access_; }
+    FtpFolderItem& Item() const { return *item_.Get(); }
     void Close();
+    // Whether a download whose data ended after `moved` bytes is the whole file. WinInet
+    // reports a data connection that closed early (the server gone in mid-transfer) as
+    // the file's end: an end short of the listed length is checked against a fresh lookup
+    // on a connection of its own, so that a file changed since it was listed still ends.
+    bool EndsAt(uint64_t moved);
 
     // ---- _FtpOpenFile and _IOpenFile
     HRESULT STDMETHODCALLTYPE get_Handle(LONG* value) override;
@@ -59,6 +70,7 @@ private:
     HINTERNET handle_ = nullptr;
     ComPtr<FtpFolderItem> item_;
     DWORD access_ = 0;
+    std::optional<uint64_t> listedLength_;
     bool closedOk_ = false;
 };
 

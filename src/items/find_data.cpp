@@ -55,7 +55,9 @@ std::wstring FindDataRecord::AltFileName() const {
     return FromUtf16(find_record::WideAltFileName(bytes_));
 }
 
-Variant FindDataRecord::FileSize() const { return PreciseValue(find_record::FileSize(bytes_)); }
+Variant FindDataRecord::FileSize() const { return PreciseValue(ByteSize()); }
+
+uint64_t FindDataRecord::ByteSize() const { return find_record::FileSize(bytes_); }
 
 void FindDataRecord::SetFileSize(const VARIANT& value) {
     const Variant actual = Variant::CopyOf(value);

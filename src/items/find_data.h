@@ -49,6 +49,7 @@ public:
     std::wstring AltFileName() const;
     // The size as a Decimal (high word * 2^32 + low word, unsigned).
     Variant FileSize() const;
+    uint64_t ByteSize() const;
     // Integer, Long and Currency values become Decimals, a Decimal is taken as it is, any
     // other kind raises error 5; the size words come from the mantissa's middle and low
     // 32 bits.

@@ -117,6 +117,55 @@ TEST_F(FtpSessions, ADroppedTransferFailsAndTheConnectionRecovers) {
     EXPECT_TRUE(ValueOf<VARIANT_BOOL>(connection.Get(), &_FtpConnection::get_IsConnected));
 }
 
+// Moves 64 KiB chunks through the stream until it ends or fails; the bytes moved and the
+// failure (S_OK when it ended).
+std::pair<long, HRESULT> MoveAll(_FtpFileStream* stream, bool reading, long limit) {
+    Variant buffer = ZeroByteArray(65536);
+    long total = 0;
+    for (LONG moved = 1; moved > 0 && total < limit; total += moved) {
+        const HRESULT result = reading ? stream->ReadStream(buffer.Get(), 0, -1, &moved)
+                                       : stream->WriteStream(buffer.Get(), 0, -1, &moved);
+        if (FAILED(result)) return {total, TakeError(result).number};
+    }
+    return {total, S_OK};
+}
+
+// A server gone in the middle of a transfer: neither the download nor the listing is taken
+// for its end (WinInet reports the closed data connection as one), the upload fails, and
+// the connection is made again for the next call. A file that shrank since it was listed
+// still reads to its end.
+TEST_F(FtpSessions, ATransferCutMidwayFailsAndTheConnectionRecovers) {
+    const long size = 1000000;
+    WriteBytes((mainRoot_ / "cut.bin").wstring(), std::string(size, 'c'));
+    const ComPtr<_FtpConnection> connection = Connected({.user = L"fault-cut100000"});
+    for (const bool reading : {true, false}) {
+        const auto [moved, error] = MoveAll(StreamOf(ItemOf(connection.Get(), reading ? L"/cut.bin" : L"/up.bin").Get(),
+                                                     reading ? GENERIC_READ : GENERIC_WRITE).Get(), reading, size);
+        EXPECT_LT(moved, size) << reading;
+        EXPECT_EQ(HRESULT_FACILITY(error), FACILITY_WIN32) << reading;
+        if (reading) {
+            EXPECT_EQ(error, System(ERROR_INTERNET_CONNECTION_RESET));
+        }
+        EXPECT_TRUE(ValueOf<VARIANT_BOOL>(connection.Get(), &_FtpConnection::get_IsConnected));
+        EXPECT_TRUE(ItemOf(connection.Get(), L"/cut.bin")) << reading;
+    }
+
+    std::filesystem::create_directories(mainRoot_ / "many");
+    for (int entry = 0; entry < 300; ++entry) WriteBytes((mainRoot_ / "many" / std::to_string(entry)).wstring(), "");
+    ComPtr<_FtpFolderEnumerator> entries;
+    ASSERT_EQ(Connected({.user = L"fault-cut2000"})->EnumFolder(Bstr(L"/many").Get(), Bstr(L"").Get(), &entries), S_OK);
+    long listed = 1;
+    HRESULT step = S_OK;
+    for (VARIANT_BOOL more = VARIANT_TRUE; more && SUCCEEDED(step = entries->GetNextItem(&more)); listed += more ? 1 : 0) {
+    }
+    EXPECT_LT(listed, 300);
+    EXPECT_EQ(TakeError(step).number, System(ERROR_INTERNET_CONNECTION_RESET));
+
+    const ComPtr<_FtpFolderItem> shrunk = ItemOf(Connected({}).Get(), L"/cut.bin");
+    WriteBytes((mainRoot_ / "cut.bin").wstring(), "shorter");
+    EXPECT_EQ(MoveAll(StreamOf(shrunk.Get(), GENERIC_READ).Get(), true, size), std::make_pair(7L, S_OK));
+}
+
 DWORD WINAPI FiveAndFourGigabytes(HINTERNET, DWORD* high) {
     *high = 1;
     return 5;
