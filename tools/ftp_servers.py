@@ -99,13 +99,14 @@ def main_server(root, log_path):
 
     class Handler(FTPHandler):
         dtp_handler = CuttingDTPHandler
-        use_sendfile = False  # every byte sent goes through CuttingDTPHandler.send
         auth_failed_timeout = 0.05
         log_file = open(log_path, "a", buffering=1)
         after_login = 0
         data_faults = 0
 
         def on_login(self, username):
+            if username.startswith("fault-cut"):
+                self.use_sendfile = False  # every byte sent goes through CuttingDTPHandler.send
             found = re.fullmatch(r"fault-(data|file)(42[56])x(\d+)", username)
             if found:
                 self.faulty = DATA_COMMANDS if found.group(1) == "data" else FILE_COMMANDS
