@@ -22,6 +22,8 @@ for arch in x86 x64; do
   export WINEPREFIX="$build/wineprefix" WINELOADER="$loader" VOFS_ARCH="$arch"
   export WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
   . tests/support/wine_loader.sh
+  # WinInet keeps every download in the URL cache, which nothing trims: each run starts empty.
+  rm -rf "$WINEPREFIX"/drive_c/users/*/AppData/Local/Microsoft/Windows/INetCache
   tests/support/wine_session.sh start "$build/bin" >/dev/null
   trap 'tests/support/wine_session.sh stop' EXIT
   wine regsvr32 /s "$build/bin/vofslib.dll"
