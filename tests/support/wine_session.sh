@@ -37,6 +37,18 @@ start_display() {
   echo "no free X display number: tests that need a display will skip"
 }
 
+# `wine reg add`, tried again: right after a prefix's first boot, with other Wine programs
+# starting beside it, it has failed once in a fresh clone's run.
+reg_add() {
+  local attempt
+  for attempt in 1 2 3; do
+    wine reg add "$@" /f </dev/null >/dev/null 2>&1 && return 0
+    sleep "$attempt"
+  done
+  echo "wine reg add $* failed three times" >&2
+  return 1
+}
+
 case "${1:-}" in
   start)
     bin_dir=$2
@@ -51,8 +63,7 @@ case "${1:-}" in
       wine wineboot -i </dev/null >/dev/null 2>&1 || true
       # A crashing program would wait in Wine's debugger until the test times out; in the
       # test prefix it ends at once instead.
-      wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d false /f \
-        </dev/null >/dev/null 2>&1
+      reg_add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d false
       # The first boot's processes would not see drive letters added from here on.
       wineserver -k </dev/null >/dev/null 2>&1 || true
     fi
@@ -71,7 +82,7 @@ case "${1:-}" in
     esac
     cp -f "$system/cscript.exe" "$system/cscript98.exe"
     for program in cscript98.exe vofslib_tests98.exe; do
-      wine reg add "HKCU\\Software\\Wine\\AppDefaults\\$program" /v Version /d win98 /f </dev/null >/dev/null 2>&1
+      reg_add "HKCU\\Software\\Wine\\AppDefaults\\$program" /v Version /d win98
     done
     # Starts the desktop process (on this display) with its output going nowhere.
     wine rundll32.exe user32.dll,GetDesktopWindow </dev/null >/dev/null 2>&1 || true
