@@ -81,8 +81,8 @@ def main_server(root, log_path):
         """Drops the whole session in the middle of a transfer for the fault-cutK users."""
 
         def _cut_after(self, moved):
-            found = re.fullmatch(r"fault-cut(\d+)", self.cmd_channel.username or "")
-            if found and moved >= int(found.group(1)):
+            limit = self.cmd_channel.cut_after
+            if limit is not None and moved >= limit:
                 self.cmd_channel.log_file.write("%s\t(cut)\n" % self.cmd_channel.username)
                 self.cmd_channel.close()
                 return True
@@ -102,10 +102,13 @@ def main_server(root, log_path):
         auth_failed_timeout = 0.05
         log_file = open(log_path, "a", buffering=1)
         after_login = 0
+        cut_after = None  # the byte count after which a fault-cutK session is dropped
         data_faults = 0
 
         def on_login(self, username):
-            if username.startswith("fault-cut"):
+            cut = re.fullmatch(r"fault-cut(\d+)", username)
+            if cut:
+                self.cut_after = int(cut.group(1))
                 self.use_sendfile = False  # every byte sent goes through CuttingDTPHandler.send
             found = re.fullmatch(r"fault-(data|file)(42[56])x(\d+)", username)
             if found:

@@ -89,7 +89,9 @@ LONG FtpFileStream::Transfer(bool reading, VARIANT* buffer, LONG offset, LONG co
     uint8_t* const at = transfer.At();
     if (async_) return StartAsync(reading, transfer.Caller(), at, transfer.Count());
 
-    DWORD lastFailure = 0;  // a read that fails moves nothing, which the loop takes as the end
+    // The last call's failure: the loop takes a read that fails having moved nothing for the
+    // end of the file, and reports every other failure with this same code.
+    DWORD lastFailure = 0;
     const stream_rules::LoopResult result =
         stream_rules::RunTransfer(direction, transfer.Count(), [&](uint32_t done, uint32_t request) {
             DWORD moved = 0;
@@ -99,7 +101,7 @@ LONG FtpFileStream::Transfer(bool reading, VARIANT* buffer, LONG offset, LONG co
             return stream_rules::StepResult{ok, moved, lastFailure};
         });
     position_ += result.total;
-    if (result.error || lastFailure) RaiseTransferFailure(result.error ? result.error : lastFailure);
+    if (lastFailure) RaiseTransferFailure(lastFailure);
     if (reading && result.total < transfer.Count()) RequireWholeDownload();
     return static_cast<LONG>(result.total);
 }

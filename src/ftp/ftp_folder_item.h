@@ -23,11 +23,11 @@
 
 #include "frame/com_object.h"
 #include "frame/contract.h"
-
-#include <optional>
 #include "ftp/ftp_connection.h"
 #include "items/find_data.h"
 #include "paths/path.h"
+
+#include <optional>
 
 namespace vofs {
 
@@ -75,12 +75,12 @@ public:
     // item is not there.
     const FindDataRecord& Data();
     bool Cached() const { return cached_; }
+    void SetCached(bool cached) { cached_ = cached; }
     // The size the item's last lookup or listing gave, when it is a file known to be there.
     std::optional<uint64_t> ListedSize() const;
     // Looks the item up again on a connection of its own (the item's connection is busy
     // while one of its files is open) and keeps what it finds; false when it is gone.
     bool RefreshAside();
-    void SetCached(bool cached) { cached_ = cached; }
 
     // ---- _FtpFolderItem and _IFolderItem
     HRESULT STDMETHODCALLTYPE get_Path(_Path** value) override;
