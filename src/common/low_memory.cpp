@@ -19,7 +19,7 @@ constexpr size_t kSmallLimit = 16 * 1024;   // larger blocks get pages of their 
 constexpr size_t kClasses = kSmallLimit / kClassBytes;
 
 // Every block starts with its header, so that FreeLow knows where it came from.
-struct alignas(16) Header {
+struct alignas(kLowAlignment) Header {
     size_t sizeClass;  // 0: a block with pages of its own
     Header* next;      // on a free list
 };
@@ -116,8 +116,8 @@ void FreeLow(void* block) noexcept {
 
 #else
 
-void* AllocateLow(size_t bytes) { return ::operator new(bytes); }
-void FreeLow(void* block) noexcept { ::operator delete(block); }
+void* AllocateLow(size_t bytes) { return ::operator new(bytes, std::align_val_t{kLowAlignment}); }
+void FreeLow(void* block) noexcept { ::operator delete(block, std::align_val_t{kLowAlignment}); }
 
 #endif
 

@@ -10,6 +10,10 @@
 
 namespace vofs {
 
+// Every block is aligned as the language's own `new` promises (16 bytes on both builds),
+// so any object fits: the 32-bit C runtime's heap alone gives only 8.
+inline constexpr size_t kLowAlignment = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+
 // Raises std::bad_alloc when no low memory is left. FreeLow(nullptr) does nothing.
 void* AllocateLow(size_t bytes);
 void FreeLow(void* block) noexcept;
