@@ -2,6 +2,7 @@
 
 #include "common/ansi.h"
 #include "common/handles.h"
+#include "common/platform_api.h"
 #include "common/system_error.h"
 #include "common/thread_state.h"
 
@@ -53,7 +54,9 @@ std::wstring BrowseToFolder(HWND owner, int topFolder, const std::wstring& title
     info.pidlRoot = root;
     info.lpszTitle = ansiTitle.c_str();
     info.ulFlags = flags;
-    if (!defaultFolder.empty()) {
+    // A default folder the platform cannot carry is not selected: the dialog opens as if
+    // none were given, as it does for any folder it cannot find.
+    if (!defaultFolder.empty() && FitsPlatform(defaultFolder)) {
         info.lpfn = &SelectDefaultFolder;
         info.lParam = IsPlatformNT() ? reinterpret_cast<LPARAM>(defaultFolder.c_str())
                                      : reinterpret_cast<LPARAM>(ansiDefault.c_str());

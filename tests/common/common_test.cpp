@@ -172,6 +172,28 @@ TEST(LargeValues, SizesPreciseValuesAndPositions) {
     EXPECT_EQ(CaughtError([&] { LargeValueFrom(*StringValue(L"far").Get()); }).number, RunTime(13));
 }
 
+// The seam hands the platform no text longer than it carries: such a call fails as the
+// platform fails it (206 for a name, 87 for other texts) and its function never runs.
+size_t reached = 0;
+DWORD WINAPI MeasuredAttributes(LPCWSTR path) { return reached = wcslen(path), FILE_ATTRIBUTE_NORMAL; }
+BOOL WINAPI MeasuredLookup(LPCSTR, LPCSTR name, PLUID) { return reached = strlen(name), TRUE; }
+
+TEST(PlatformTexts, OnlyTextsWithinThePlatformsLimitReachIt) {
+    const ApiOverride<&PlatformApi::GetFileAttributesW> attributes{&MeasuredAttributes};
+    const ApiOverride<&PlatformApi::LookupPrivilegeValueA> lookup{&MeasuredLookup};
+    LUID value;
+    for (const size_t extra : {0, 1}) {
+        const std::wstring path = L"\\\\?\\C:\\" + std::wstring(32767 - 7 + extra, L'a');
+        const std::string name(32766 + extra, 'S');
+        reached = 0;
+        EXPECT_EQ(api.GetFileAttributesW(path.c_str()), extra ? INVALID_FILE_ATTRIBUTES : FILE_ATTRIBUTE_NORMAL);
+        EXPECT_EQ(reached + (extra ? GetLastError() : 0), extra ? ERROR_FILENAME_EXCED_RANGE : path.size());
+        reached = 0;
+        EXPECT_EQ(api.LookupPrivilegeValueA(nullptr, name.c_str(), &value), !extra);
+        EXPECT_EQ(reached + (extra ? GetLastError() : 0), extra ? ERROR_INVALID_PARAMETER : name.size());
+    }
+}
+
 TEST(LowMemory, BlocksOfEverySizeHaveExactLongAddresses) {
     std::vector<void*> blocks;
     for (size_t bytes : {1u, 16u, 48u, 700u, 4096u, 20000u, 300000u}) {

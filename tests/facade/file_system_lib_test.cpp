@@ -10,6 +10,7 @@
 #include "common/platform_api.h"
 #include "support/test_support.h"
 
+#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -144,6 +145,31 @@ TEST_F(FileSystemLibTest, SetErrorModeMasksWritesBackAndReturnsThePreviousMode) 
     ErrorModes previous;
     EXPECT_EQ(library_->SetErrorMode(&reference, &previous), S_OK);
     EXPECT_EQ(variable, -32767);
+}
+
+// A text the platform cannot carry fails a member as the platform would, with the member's
+// own source, on both builds (the 32-bit platform can crash on such a text): a copy into a
+// chain far deeper than the platform allows fails at once instead of walking it.
+TEST_F(FileSystemLibTest, TextsLongerThanThePlatformCarriesRaiseItsErrorUnderTheClass) {
+    const ScratchFolder scratch;
+    std::wstring deep = scratch.Path();
+    for (int i = 0; i < 35000; ++i) deep += L"\\a";
+    const Bstr source(scratch.Path()), chain(deep), letters(L"C:\\" + std::wstring(70000, L'x'));
+    ComPtr<_TokenPrivileges> privileges;
+    ComPtr<_TokenPrivilege> privilege;
+    ASSERT_EQ(library_->get_TokenPrivileges(&privileges), S_OK);
+    ASSERT_EQ(privileges->GetNamedPrivilege(*StringValue(std::wstring(40000, L'S')).Get(), nullptr, &privilege), S_OK);
+    ComPtr<_FolderItem> item;
+    VARIANT_BOOL answer;
+    const std::tuple<std::function<HRESULT()>, const wchar_t*, long> cases[] = {  // call, source, code
+        {[&] { return library_->CopyFolder(source.Get(), chain.Get(), VARIANT_TRUE); }, L"FolderItem", 206},
+        {[&] { return library_->GetFolderItem(letters.Get(), &item); }, L"FolderItem", 206},
+        {[&] { return library_->DeleteFolderItem(letters.Get()); }, L"FileSystemLib", 206},
+        {[&] { return library_->FileExists(letters.Get(), Missing().Get(), &answer); }, L"MFileSystemLib", 206},
+        {[&] { return privilege->get_IsEnabled(&answer); }, L"MTokenPrivileges", ERROR_INVALID_PARAMETER},
+    };
+    for (const auto& [call, source, code] : cases) EXPECT_EQ(Raised(TakeError(call())), Raised(source, System(code)));
+    EXPECT_EQ(GetFileAttributesW((scratch / L"a").c_str()), INVALID_FILE_ATTRIBUTES) << "nothing of the chain made";
 }
 
 // The non-NT branches, run for real by the copy of the test program that Wine runs as

@@ -144,6 +144,8 @@ lib.MoveFolderItem scratch & "\caf" & Chr(233) & "0.txt", scratch & "\b.txt", 1
 CheckError "move ignores ReplaceExisting on the NT family", &H800700B7, "FileSystemLib", ""
 lib.DeleteFolderItem scratch & "\nothing.txt"
 CheckError "delete of a missing file", &H80070002, "FileSystemLib", ""
+lib.CopyFolder scratch & "\walk", scratch & Replace(Space(35000), " ", "\a")
+CheckError "a copy into a chain far beyond the platform's limit", &H800700CE, "FolderItem", ""
 On Error GoTo 0
 lib.CopyFolderItem scratch & "\caf" & Chr(233) & "0.txt", scratch & "\b.txt", False
 Check "copy with failifexists False replaces", fso.OpenTextFile(scratch & "\b.txt").ReadAll(), "alpha"

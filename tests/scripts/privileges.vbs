@@ -1,6 +1,6 @@
 ' VBScript checks its rights: privileges by Count and Item, by number and name, enabled
 ' and disabled, and an impersonation that the platform refuses.
-Dim lib, tp, p, i, names, backup, im, before
+Dim lib, tp, p, i, names, backup, im, before, x
 Set lib = CreateObject("VOFSL.FileSystemLib")
 Set tp = lib.TokenPrivileges
 For i = 1 To tp.Count
@@ -14,6 +14,8 @@ Check "Enable, Disable", backup.Enable & backup.IsEnabled & backup.Disable & bac
 On Error Resume Next
 Set p = tp.Item(tp.Count + 1)
 CheckError "Item past the end", 9, "TokenPrivileges", "Subscript out of range"
+x = tp.GetNamedPrivilege(String(40000, "S")).IsEnabled
+CheckError "a name the platform cannot carry", &H80070057, "MTokenPrivileges", ""
 Set im = lib.Impersonator
 before = im.UserID
 im.ImpersonateUser ".", "no such account", "wrong"
