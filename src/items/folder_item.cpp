@@ -88,11 +88,14 @@ bool FolderItem::IsFolderNow() {
 void FolderItem::CreateFolderChain() {
     RequireInitialized();
     if (!cached_) RefreshNow();
-    // Server and share of a share path are never created.
-    ComPtr<Path> built = Path::Parse(path_->RootPath());
+    // The folder text grows by one segment a step, in place (a root's platform form joined
+    // with segments is the platform form of the longer path), so a deep chain costs what
+    // its text is long. Server and share of a share path are never created.
+    const wchar_t separator = path_->Separator();
+    const wchar_t altSeparator = separator == L'\\' ? L'/' : L'\\';
+    std::wstring folder = Path::Parse(path_->RootPath())->PlatformPath();
     for (size_t index = path_->IsNetShare() ? 2 : 1; index < path_->SegmentCount(); ++index) {
-        built = built->JoinedPath({std::wstring(path_->Segment(index))});
-        const std::wstring folder = built->PlatformPath();
+        folder = path_text::JoinPath(std::move(folder), separator, altSeparator, {std::wstring(path_->Segment(index))});
         if (fs::IsFolderAttributes(fs::Attributes(folder))) continue;
         CheckFileOperation(fs::CreateFolder(folder));
     }
