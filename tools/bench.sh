@@ -3,9 +3,9 @@
 # architecture that runs here registers the DLL in its Wine prefix and measures late
 # binding in one run against the raw platform calls and against the peer
 # (Scripting.FileSystemObject), from C++ and from VBScript, the streams (byte
-# transfers, lines, folder copy) against the raw platform calls, and an FTP session
-# (connect, list 1,000 entries, disconnect) against the raw WinInet calls, on a loopback
-# server of its own. Prints each figure and ratio.
+# transfers, lines, blank lines, folder copy) against the raw platform calls, and an FTP
+# session (connect, list 1,000 entries, disconnect) against the raw WinInet calls, on a
+# loopback server of its own. Prints each figure and ratio.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -68,6 +68,7 @@ for arch in x86 x64; do
   echo "    256 MiB read in 64 KiB byte arrays:       $(ratio "$(get stream.read.vofslib)" "$(get stream.read.raw)")x"
   echo "    ReadLine over 20 MB of 80-byte lines:     $(ratio "$(get readline.vofslib)" "$(get readline.raw)")x"
   echo "    CopyFolder of 1,000 files, 100 MiB:       $(ratio "$(get copyfolder.vofslib)" "$(get copyfolder.raw)")x"
+  echo "    WriteBlankLines of 64 Mi lines, 128 MiB:  $(ratio "$(get blanklines.vofslib)" "$(get blanklines.raw)")x"
   echo "  FTP over loopback, library / raw WinInet (time):"
   echo "    listing 1,000 entries (EnumFolder):       $(ratio "$(get ftp.list.vofslib)" "$(get ftp.list.raw)")x"
   echo "    64 MiB upload in 64 KiB byte arrays:      $(ratio "$(get ftp.upload.vofslib)" "$(get ftp.upload.raw)")x"

@@ -49,11 +49,10 @@ bool StartsWithUnicodeMark(std::span<const uint8_t> chunk, uint64_t position) {
     return position == 0 && chunk.size() >= 3 && chunk[0] == 0xFF && chunk[1] == 0xFE;
 }
 
-std::u16string BlankLines(std::u16string_view newLine, int32_t count) {
-    if (count < 1 || newLine.empty()) return {};
-    std::u16string lines(newLine.size() * static_cast<size_t>(count), u'\0');
-    for (size_t i = 0; i < lines.size(); i += newLine.size()) lines[i] = newLine.back();
-    return lines;
+std::u16string BlankLine(std::u16string_view newLine) {
+    std::u16string line(newLine.size(), u'\0');
+    if (!line.empty()) line.front() = newLine.back();
+    return line;
 }
 
 }  // namespace vofs::stream_rules

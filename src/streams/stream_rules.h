@@ -84,10 +84,10 @@ LineEnd ScanLine(std::span<const uint8_t> chunk, size_t extra);
 // and holds at least one more byte.
 bool StartsWithUnicodeMark(std::span<const uint8_t> chunk, uint64_t position);
 
-// The blank lines WriteBlankLines writes, as UTF-16 units: `count` groups as long as
-// `newLine`, each holding the terminator's last character first and 0 after it. (Every
-// character of the terminator is written at the group's first position in turn, so only
-// the last one stays; kept as the library has always done: CR LF gives 10, 0.)
-std::u16string BlankLines(std::u16string_view newLine, int32_t count);
+// One blank line as WriteBlankLines writes it, in UTF-16 units: as long as `newLine`,
+// holding the terminator's last character first and 0 after it. (Every character of the
+// terminator is written at the line's first position in turn, so only the last one stays;
+// kept as the library has always done: CR LF gives 10, 0.)
+std::u16string BlankLine(std::u16string_view newLine);
 
 }  // namespace vofs::stream_rules

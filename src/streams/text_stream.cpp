@@ -16,6 +16,7 @@ namespace vofs {
 namespace {
 
 constexpr LONG kChunkSize = 4096;
+constexpr size_t kBlockBytes = 65536;
 constexpr wchar_t kInterfaceSource[] = L"ITextStream";
 
 // UTF-16 little-endian bytes as text; an odd last byte is no character.
@@ -248,8 +249,25 @@ HRESULT TextStream::ReadToEnd(BSTR* value) {
 
 HRESULT TextStream::WriteBlankLines(LONG Count) {
     return Run([&] {
-        const std::u16string lines = stream_rules::BlankLines(std::u16string_view(reinterpret_cast<const char16_t*>(newLine_.data()), newLine_.size()), Count);
-        if (!lines.empty()) WriteText(std::wstring_view(reinterpret_cast<const wchar_t*>(lines.data()), lines.size()));
+        if (Count < 1) return;
+        // The lines go out as whole lines in blocks of about 64 KB, converted to ANSI once:
+        // the bytes one write of them all would give, at the disk's pace and in bounded
+        // memory. The stream's first failure ends the work.
+        const std::u16string blank = stream_rules::BlankLine(
+            std::u16string_view(reinterpret_cast<const char16_t*>(newLine_.data()), newLine_.size()));
+        const std::string line = ToUserAnsi(std::wstring_view(reinterpret_cast<const wchar_t*>(blank.data()), blank.size()));
+        if (line.empty()) return;
+        const LONG perBlock = static_cast<LONG>(std::max<size_t>(1, kBlockBytes / line.size()));
+        std::string lines;
+        lines.reserve(line.size() * static_cast<size_t>(std::min(Count, perBlock)));
+        for (LONG i = 0; i < std::min(Count, perBlock); ++i) lines += line;
+        Variant block = ByteArrayOf(std::span(reinterpret_cast<const uint8_t*>(lines.data()), lines.size()));
+        position_.reset();
+        for (LONG left = Count; left > 0; left -= perBlock) {
+            LONG written = 0;
+            const auto bytes = static_cast<LONG>(line.size() * static_cast<size_t>(std::min(left, perBlock)));
+            CheckCall(stream_->WriteStream(block.Get(), 0, bytes, &written));
+        }
     });
 }
 

@@ -197,6 +197,21 @@ TEST_F(Streams, LinesAreFoundChunkByChunk) {
     EXPECT_FALSE(OpenText(L"l.txt", ForReading | ForWriting)) << "reading and writing at once";
 }
 
+// Many blank lines go out in blocks: the bytes of one write of them all, and the stream's
+// first failure raised.
+TEST_F(Streams, BlankLinesGoOutInBlocksWithTheBytesOfOneWrite) {
+    for (const auto& [newLine, line] : {std::pair{L"\r\n", std::string("\n\0", 2)}, {L"abc", std::string("c\0\0", 3)}}) {
+        ComPtr<_TextStream> text = OpenText(L"b.txt", ForWriting);
+        ASSERT_EQ(text->put_NewLine(Bstr(newLine).Get()), S_OK);
+        ASSERT_EQ(text->WriteBlankLines(70001), S_OK);
+        std::string expected;
+        for (int i = 0; i < 70001; ++i) expected += line;
+        EXPECT_EQ(FileContents(scratch_ / L"b.txt"), expected);
+        const ApiOverride<&PlatformApi::WriteFile> full(&DiskFull);
+        EXPECT_EQ(Raised(TakeError(text->WriteBlankLines(70001))), Raised(L"FileStream", System(ERROR_DISK_FULL)));
+    }
+}
+
 TEST_F(Streams, AFolderCopyMatchesItsSourceByteForByte) {
     for (const wchar_t* folder : {L"src", L"src\\empty", L"src\\deep", L"src\\deep\\er"}) scratch_.MakeFolder(folder);
     std::string data(70000, '\0');
