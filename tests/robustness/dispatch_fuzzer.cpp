@@ -179,7 +179,8 @@ private:
     // Some arguments are a caller's own fault, not the library's, and are replaced by
     // harmless values: a number as a stream buffer is a raw address in this process (a
     // random one would overwrite this program); a length or seek target beyond 1 MB makes
-    // sparse files of gigabytes that a folder copy would then write out; and a server or
+    // sparse files of gigabytes that a folder copy would then write out, as more than 16
+    // blank lines of a long NewLine would; and a server or
     // proxy name could reach any host, so FTP sessions go to the loopback address, half
     // of them to the test session's anonymous-only server (VOFS_VSFTPD_PORT), where no
     // member can delete or rename anything.
@@ -212,9 +213,9 @@ private:
         const bool transfer = member == L"ReadStream" || member == L"WriteStream";
         VARIANT number;
         VariantInit(&number);
-        const bool large = (member == L"SetLength" || member == L"SeekPosition") &&
-                           SUCCEEDED(VariantChangeType(&number, &first, 0, VT_R8)) && std::fabs(V_R8(&number)) > (1 << 20);
-        if (large) replace(first, Long(static_cast<LONG>(random_() % (1 << 20))));
+        const double limit = member == L"WriteBlankLines" ? 16 : member == L"SetLength" || member == L"SeekPosition" ? 1 << 20 : 0;
+        const bool large = limit && SUCCEEDED(VariantChangeType(&number, &first, 0, VT_R8)) && std::fabs(V_R8(&number)) > limit;
+        if (large) replace(first, Long(static_cast<LONG>(random_() % static_cast<unsigned>(limit))));
         if (transfer && (V_VT(&first) == VT_I4 || V_VT(&first) == VT_I8)) replace(first, Text(L"buffer"));
     }
 
@@ -222,6 +223,7 @@ private:
         static const wchar_t* known[] = {L"", L"a", L"a\\x.txt", L"a\\b", L"z.txt", L"..", L".", L"*", L"*.txt",
                                          L"a\\..\\..\\..", L"ftp://host/a/b", L"ftp://u:p@host:21/x", L"\\\\srv\\sh\\x",
                                          L"con", L"a\\b\\c\\d\\e", L"\\", L"a/b", L"%TEMP%", L"?", L"\x00e9\x4e2d"};
+        if (Pick(50) == 0) return LongText();
         if (Pick(3)) {
             std::wstring text = known[Pick(std::size(known))];
             return Pick(2) ? g_sandbox + text : text;
@@ -230,6 +232,20 @@ private:
         std::wstring text(Pick(Pick(8) ? 12 : 400), L'a');
         for (wchar_t& c : text) c = alphabet[Pick(std::size(alphabet) - 1)];
         return text;
+    }
+
+    // Texts longer than the platform carries: a chain of 35,000 folders below the sandbox,
+    // 70,000 letters, and a name just over 32,767 characters.
+    std::wstring LongText() {
+        switch (Pick(3)) {
+        case 0: {
+            std::wstring chain = g_sandbox;
+            for (int i = 0; i < 35000; ++i) chain += L"a\\";
+            return chain;
+        }
+        case 1: return std::wstring(70000, L'a');
+        default: return g_sandbox + std::wstring(32768 + Pick(3), L'n');
+        }
     }
 
     // A value of the declared type half the time, of any type otherwise.
