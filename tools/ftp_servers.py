@@ -45,7 +45,7 @@ def free_port():
 
 def main_server(root, log_path):
     from pyftpdlib.authorizers import AuthenticationFailed, DummyAuthorizer
-    from pyftpdlib.handlers import DTPHandler, FTPHandler
+    from pyftpdlib.handlers import ActiveDTP, DTPHandler, FTPHandler
     from pyftpdlib.log import config_logging
     from pyftpdlib.servers import FTPServer
 
@@ -97,8 +97,19 @@ def main_server(root, log_path):
 
         handle_read_event = handle_read
 
+    class HandingOverActiveDTP(ActiveDTP):
+        """pyftpdlib's active-mode connector keeps the descriptor of the data socket it hands
+        over and unregisters it when the session's next PORT closes the connector: by then
+        the number may belong to another session's control connection, which is then never
+        served again. Once the socket is handed over, the connector forgets its number."""
+
+        def handle_connect(self):
+            ActiveDTP.handle_connect(self)
+            self._fileno = None
+
     class Handler(FTPHandler):
         dtp_handler = CuttingDTPHandler
+        active_dtp = HandingOverActiveDTP
         auth_failed_timeout = 0.05
         log_file = open(log_path, "a", buffering=1)
         after_login = 0
