@@ -110,11 +110,12 @@ void FtpFileStream::RequireWholeDownload() {
     if (!Remote().EndsAt(position_)) RaiseTransferFailure(ERROR_INTERNET_CONNECTION_RESET);
 }
 
-// A transfer cut by the server's going away ends the file (its handle belongs to the lost
-// connection) and lets the connection make itself anew before the error is raised.
+// A transfer cut by a socket error ends the file (its data connection is gone, and with it
+// perhaps the control connection its handle belongs to); the connection then asks whether
+// it is still there and makes itself anew when it is not, before the error is raised.
 void FtpFileStream::RaiseTransferFailure(DWORD code) {
     FtpOpenFile& file = Remote();
-    if (internet::ConnectionLost(nullptr, code)) {
+    if (internet::MayMeanConnectionLost(code)) {
         file.Close();
         file.Item().Connection().OnServer([&] { RaiseCode(code); });
     }

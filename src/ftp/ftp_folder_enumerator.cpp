@@ -63,8 +63,9 @@ void FtpFolderEnumerator::OpenNow(std::wstring_view filter) {
     while (current && IsDotsOrEmpty(record_->FileName())) current = MoveNext();
 }
 
+// After the end the closed handle is asked all the same: WinInet's refusal is raised, as a
+// local walk raises the platform's.
 bool FtpFolderEnumerator::MoveNext() {
-    if (!internet::IsValid(find_)) return false;
     if (internet::FindNext(find_, *record_.Get())) return true;
     const DWORD code = GetLastError();
     if (!IsEndOfList(code)) {

@@ -15,7 +15,7 @@
 namespace vofs {
 namespace {
 
-constexpr DWORD kLookupFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_RESYNCHRONIZE;
+constexpr DWORD kLookupFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;  // &H84000000
 constexpr DWORD kOpenAttempts = 4;
 
 // Listings that find nothing are not failures: the item is simply not there. (This
@@ -52,8 +52,10 @@ ComPtr<FtpFolderItem> FtpFolderItem::FromEntry(ComPtr<FtpConnection> connection,
     return item;
 }
 
+// The set-up flag is set here and never cleared: an item whose refresh failed (the server
+// gone, say) keeps answering, so the call after a reconnection works.
 void FtpFolderItem::RefreshNow() {
-    setUp_ = exists_ = parentExists_ = false;
+    exists_ = parentExists_ = false;
     try {
         connection_->OnServer([&] {
             const HINTERNET connection = connection_->ConnectionHandle();
@@ -77,6 +79,7 @@ void FtpFolderItem::RefreshNow() {
             }
         });
     } catch (const AutomationError& error) {
+        setUp_ = true;
         throw error.WithSource(kClassName);
     }
     setUp_ = true;
@@ -100,11 +103,8 @@ void FtpFolderItem::RequireSetUp() const {
 const FindDataRecord& FtpFolderItem::Data() {
     RequireSetUp();
     if (!cached_ || !exists_ || !parentExists_) RefreshNow();
-    if (!exists_) Raise(RunTimeError::InvalidCall, kClassName);
     return *record_.Get();
 }
-
-bool FtpFolderItem::IsFolderNow() { return path_->IsRoot() || Data().IsFolder(); }
 
 template <class Command>
 void FtpFolderItem::RunInParent(Command&& command) {
@@ -196,15 +196,14 @@ HRESULT FtpFolderItem::get_Name(BSTR* value) {
     });
 }
 
-// Renaming keeps the folder: the item takes the new name in place.
+// Renames on the server, in the item's folder, and nothing more: as a local item does, the
+// item keeps its path and record and afterwards names the old name.
 HRESULT FtpFolderItem::put_Name(BSTR value) {
     return Run([&] {
         const std::wstring newName = CanonicalizeUrl(Bstr::View(value));
         RunInParent([&](HINTERNET connection, const std::wstring& oldName) {
             return internet::RenameFile(connection, oldName, newName);
         });
-        path_ = path_->ParentPath()->JoinedPath({std::wstring(Bstr::View(value))});
-        RefreshNow();
     });
 }
 
@@ -229,7 +228,7 @@ HRESULT FtpFolderItem::CreateFolder() {
 
 HRESULT FtpFolderItem::Delete() {
     return Run([&] {
-        const bool folder = IsFolderNow();
+        const bool folder = Data().IsFolder();
         RunInParent([&](HINTERNET connection, const std::wstring& name) {
             return folder ? internet::RemoveFolder(connection, name) : internet::DeleteFile(connection, name);
         });
@@ -286,8 +285,9 @@ HRESULT FtpFolderItem::get_PreciseLastAccessTime(VARIANT* value) {
     return Get(value, [&] { return Data().PreciseLastAccessTime(); });
 }
 
+// A root answers from a record no lookup fills (false), as a local root does.
 HRESULT FtpFolderItem::get_IsFolder(VARIANT_BOOL* value) {
-    return Get(value, [&] { return IsFolderNow(); });
+    return Get(value, [&] { return Data().IsFolder(); });
 }
 
 HRESULT FtpFolderItem::get_PathIsRoot(VARIANT_BOOL* value) {

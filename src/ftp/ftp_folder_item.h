@@ -71,8 +71,8 @@ public:
     const Path& ItemPath() const { return *path_.Get(); }
     FtpConnection& Connection() const { return *connection_.Get(); }
     ComPtr<FtpFolderEnumerator> Enumerator(std::wstring_view filter);
-    // The data record, refreshed first when the cache may not answer; error 5 when the
-    // item is not there.
+    // The data record, refreshed first when the cache may not answer. An item that is not
+    // there answers from what the record last held (nothing, for one never found).
     const FindDataRecord& Data();
     bool Cached() const { return cached_; }
     void SetCached(bool cached) { cached_ = cached; }
@@ -133,7 +133,6 @@ private:
 
     void RefreshNow();
     void RequireSetUp() const;
-    bool IsFolderNow();
     // Runs a command on the item's name in its parent folder (the name canonicalised).
     template <class Command>
     void RunInParent(Command&& command);

@@ -304,18 +304,24 @@ bool FindItem(HINTERNET connection, std::wstring folder, std::wstring_view name,
     return found;
 }
 
+namespace {
+
+bool IsSocketError(DWORD code) {
+    return code == ERROR_INTERNET_CONNECTION_ABORTED || code == ERROR_INTERNET_CONNECTION_RESET ||
+           code == WSAECONNABORTED || code == WSAECONNRESET || code == WSAENOTCONN || code == WSAESHUTDOWN;
+}
+
+}  // namespace
+
+bool MayMeanConnectionLost(DWORD error) { return IsSocketError(error) || error == ERROR_FTP_TRANSFER_IN_PROGRESS; }
+
 bool ConnectionLost(HINTERNET connection, DWORD error) {
-    const auto socketGone = [](DWORD code) {
-        return code == ERROR_INTERNET_CONNECTION_ABORTED || code == ERROR_INTERNET_CONNECTION_RESET ||
-               code == WSAECONNABORTED || code == WSAECONNRESET || code == WSAENOTCONN || code == WSAESHUTDOWN;
-    };
-    if (socketGone(error)) return true;
-    if (error != ERROR_FTP_TRANSFER_IN_PROGRESS || !IsValid(connection)) return false;
+    if (!MayMeanConnectionLost(error) || !IsValid(connection)) return false;
     // The first NOOP on a closed socket may still be sent and only its reply be missing;
     // the second then fails to be sent.
     for (int probe = 0; probe < 2; ++probe) {
         if (api.FtpCommandA(connection, FALSE, FTP_TRANSFER_TYPE_ASCII, "NOOP", 0, nullptr)) return false;
-        if (socketGone(GetLastError())) return true;
+        if (IsSocketError(GetLastError())) return true;
     }
     return false;
 }

@@ -92,11 +92,15 @@ void CALLBACK DispatchStatus(HINTERNET handle, DWORD_PTR context, DWORD status, 
 bool FindItem(HINTERNET connection, std::wstring folder, std::wstring_view name, FindDataRecord& entry, DWORD flags,
               DWORD_PTR context, bool textComparison, std::wstring_view source);
 
+// True for the errors a closed control connection can cause: socket errors (a server's
+// reply 421 or 426 is refined to one too, with the connection intact) and "transfer in
+// progress" (12110), WinInet's word for a reply it could not read, and for a real
+// transfer in progress.
+bool MayMeanConnectionLost(DWORD error);
+
 // True when a call on `connection` failed with `error` because the server closed the
-// control connection. WinInet reports a reply that could not be read as "transfer in
-// progress" (12110), which also stands for a real transfer in progress; that case is
-// settled by up to two NOOPs, which fail with a socket error only when the connection is
-// gone.
+// control connection: for an error that may mean it, up to two NOOPs settle it, which
+// fail with a socket error only when the connection is gone.
 bool ConnectionLost(HINTERNET connection, DWORD error);
 
 // The message-pumping wait: waits for one of `handles` (all of them with `waitAll`) for

@@ -85,20 +85,26 @@ TEST_F(FtpSessions, ListedItemsAnswerWithoutAskingTheServerUntilRefreshed) {
 }
 
 // A refused transfer is opened again, four attempts in all; "550" ends the attempts at once.
+// A refusal ("426" included) leaves the session, and the folder the open made current, as they were.
 TEST_F(FtpSessions, RefusedTransfersAreRetriedFourTimesInAll) {
-    WriteBytes((mainRoot_ / "retried.txt").wstring(), "retried");
+    std::filesystem::create_directories(mainRoot_ / "retries");
+    WriteBytes((mainRoot_ / "retries" / "retried.txt").wstring(), "retried");
     struct Case { const wchar_t* user; const wchar_t* path; HRESULT expected; long attempts; };
-    for (const Case& c : {Case{L"fault-file425x3", L"/retried.txt", S_OK, 4}, {L"fault-file426x3", L"/retried.txt", S_OK, 4},
-                          {L"fault-file425x4", L"/retried.txt", System(12029), 4}, {L"tester", L"/none.txt", System(2), 1}}) {
+    for (const Case& c : {Case{L"fault-file425x3", L"/retries/retried.txt", S_OK, 4}, {L"fault-file426x3", L"/retries/retried.txt", S_OK, 4},
+                          {L"fault-file425x4", L"/retries/retried.txt", System(12029), 4}, {L"tester", L"/retries/none.txt", System(2), 1},
+                          {L"fault-file426x4", L"/retries/retried.txt", System(12030), 4}}) {
         const ServerLog log(Narrow(c.user));
-        const ComPtr<_FtpFolderItem> item = ItemOf(Connected({.user = c.user}).Get(), c.path);
+        const ComPtr<_FtpConnection> connection = Connected({.user = c.user});
+        const ComPtr<_FtpFolderItem> item = ItemOf(connection.Get(), c.path);
         ComPtr<_FtpFileStream> stream;
         const ErrorRecord error = TakeError(item->OpenStream(static_cast<FileAccess>(GENERIC_READ), VARIANT_FALSE, VARIANT_FALSE, &stream));
         EXPECT_EQ(error.number, c.expected) << Narrow(c.user);
+        EXPECT_EQ(log.Sent("RETR"), c.attempts) << Narrow(c.user);
+        EXPECT_EQ(log.Sent("PASS"), 1) << Narrow(c.user);
         if (FAILED(c.expected)) {
             EXPECT_EQ(error.source, L"FtpFolderItem");
+            EXPECT_EQ(TextOf(connection.Get(), &_FtpConnection::GetWorkingFolder), L"/retries") << Narrow(c.user);
         }
-        EXPECT_EQ(log.Sent("RETR"), c.attempts) << Narrow(c.user);
     }
 }
 
@@ -115,6 +121,34 @@ TEST_F(FtpSessions, ADroppedTransferFailsAndTheConnectionRecovers) {
     EXPECT_EQ(log.Sent("(dropped)"), 1);
     EXPECT_EQ(log.Sent("PASS"), 2);  // made again (this user's new session drops its own tenth command)
     EXPECT_TRUE(ValueOf<VARIANT_BOOL>(connection.Get(), &_FtpConnection::get_IsConnected));
+}
+
+// A refresh that finds the server gone makes the connection again; the item keeps
+// answering, and a missing item answers its data from an empty record.
+TEST_F(FtpSessions, AnItemWhoseRefreshFailedAnswersAfterTheReconnection) {
+    WriteBytes((mainRoot_ / "kept.txt").wstring(), "kept");
+    const ComPtr<_FtpFolderItem> item = ItemOf(Connected({.user = L"fault-drop8"}).Get(), L"/kept.txt");
+    EXPECT_EQ(TakeError(item->Refresh()).number, System(ERROR_INTERNET_CONNECTION_RESET));
+    Variant size;
+    EXPECT_EQ(item->get_Size(size.Get()), S_OK);
+    EXPECT_EQ(PreciseOf(size), 4u);
+    const ComPtr<_FtpFolderItem> missing = ItemOf(Connected({}).Get(), L"/none.txt");
+    EXPECT_EQ(missing->get_Size(size.Get()), S_OK);
+    EXPECT_EQ(PreciseOf(size), 0u);
+    EXPECT_FALSE(ValueOf<VARIANT_BOOL>(missing.Get(), &_FtpFolderItem::get_IsFolder));
+}
+
+// Item lookups ask the server afresh and keep nothing in WinInet's cache (&H84000000).
+DWORD lookupFlags = 0;
+HINTERNET WINAPI RecordedFind(HINTERNET connection, LPCSTR pattern, WIN32_FIND_DATAA* data, DWORD flags, DWORD_PTR context) {
+    return lookupFlags = flags, FtpFindFirstFileA(connection, pattern, data, flags, context);
+}
+
+TEST_F(FtpSessions, ItemLookupsReloadWithoutWritingTheCache) {
+    const ComPtr<_FtpConnection> connection = Connected({});
+    const ApiOverride<&PlatformApi::FtpFindFirstFileA> find{&RecordedFind};
+    ItemOf(connection.Get(), L"/kept.txt");
+    EXPECT_EQ(lookupFlags, 0x84000000u);
 }
 
 // Moves 64 KiB chunks through the stream until it ends or fails; the bytes moved and the

@@ -58,6 +58,31 @@ Check "read back", ReadBack(remoteTop, "a.txt"), ReadBack(localTop, "a.txt")
 Check "as written", ReadBack(remoteTop, "a.txt"), "first file" & vbCrLf
 Check "remote item data", remoteTop.GetFolderItem("/items/sub/b.txt").Size & " " & remoteTop.GetFolderItem("/items/sub").IsFolder, "302 True"
 
+' The item and walk interfaces mean the same on both trees: a renamed item names its old
+' name, a root answers IsFolder False, a missing item is no folder and its Delete is
+' refused as missing, and a walk past its end raises.
+Function Answers(top)
+    Dim f, e
+    WriteText top, "old.txt", "x"
+    Set f = top.GetFolderItem(top.Path.ConcatPath(Array("old.txt")))
+    f.Name = "new.txt"
+    f.Refresh
+    Set e = top.EnumFolder("new.txt")
+    Answers = f.Path.Name & " " & f.Exists & " " & e.Name & " " & top.GetFolderItem(top.Path.RootPath).IsFolder
+    Set f = top.GetFolderItem(top.Path.ConcatPath(Array("none.txt")))
+    On Error Resume Next
+    Answers = Answers & " " & f.IsFolder
+    f.Delete
+    Answers = Answers & " " & Hex(Err.Number): Err.Clear
+    Do While e.GetNextItem(): Loop
+    e.GetNextItem
+    Answers = Answers & " " & Hex(Err.Number): Err.Clear
+    On Error GoTo 0
+End Function
+x = Answers(localTop)
+Check "a local tree's answers", x, "old.txt False new.txt False False 80070002 80070006"
+Check "a remote tree's are the same", Answers(remoteTop), x
+
 Set e = c.EnumFolder("/items/sub", "\b.*")
 Check "a filter without its backslash", e.Name & " " & e.IsOpen, "b.txt True"
 Check "the end of the list", e.GetNextItem() & " " & e.IsOpen & " " & e.Handle, "False False -1"
@@ -74,8 +99,9 @@ e.CloseEnumerator
 On Error Resume Next
 Set x = c.GetFolderItem("/items/none").OpenStream()
 CheckError "opening a missing file", &H80070002, "FtpFolderItem", ""
-Set x = c.GetFolderItem("/items/none").Size
-CheckError "the size of a missing item", 5, "FtpFolderItem", ""
+x = -1: x = c.GetFolderItem("/items/none").Size
+CheckError "the size of a missing item", 0, "", ""
+Check "is its empty record's", x, 0
 Set s = c.GetFolderItem("/items/renamed.txt").OpenStream()
 s.SeekPosition 0, 3
 CheckError "an origin past the end", 380, "FtpFileStream", ""
