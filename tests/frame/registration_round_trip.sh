@@ -32,7 +32,7 @@ expect_keys() {  # FILE WHAT: the keys every registration writes
       'VOFSL.FileSystemLib]' 'VOFSL.Volumes]' 'VOFSL.Volume]' 'VOFSL.FtpFileStream]' \
       'CLSID\{1DBBA3A2-A309-4112-BAD5-3312F231088A}\InprocServer32]' \
       'CLSID\{FADF5CBE-F6A2-4639-B8ED-CD81765E62BF}\ProgID]' \
-      "TypeLib\\{D1978849-DDB6-4CFB-9A30-E38C45EE0243}\\452.0\\409\\$platform]" \
+      "TypeLib\\{D1978849-DDB6-4CFB-9A30-E38C45EE0243}\\1c4.0\\409\\$platform]" \
       'Interface\{DF8B7B87-EA13-4F6E-9B7F-A8D26DBD0DF9}\TypeLib]'; do
     grep -qiF "\\$key" "$file" || fail "$what: key $key missing"
   done

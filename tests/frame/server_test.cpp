@@ -82,6 +82,17 @@ TEST_F(ContractTest, CreatableClassesAndInterfaceFlags) {
     for (const auto& [name, info] : interfaces) EXPECT_EQ(FlagsOf(info.Get()) & required, required) << Narrow(name);
 }
 
+// Early-binding hosts (VBA's references, VB6, type-library importers) find the registered
+// library by its identifier and version.
+TEST(Registration, TheTypeLibraryIsFoundByItsVersion) {
+    constexpr LCID kEnglish = 0x409;  // the library's locale
+    ComPtr<ITypeLib> found;
+    EXPECT_EQ(LoadRegTypeLib(LIBID_VOFSL, 452, 0, kEnglish, &found), S_OK);
+    Bstr path;
+    ASSERT_EQ(QueryPathOfRegTypeLib(LIBID_VOFSL, 452, 0, kEnglish, path.Receive()), S_OK);
+    EXPECT_EQ(_wcsicmp(path.Get(), (ProgramFolder() + L"\\vofslib.dll").c_str()), 0) << Narrow(std::wstring(path.View()));
+}
+
 // The exported entry points of the built DLL, loaded as a COM runtime would load it.
 TEST(ServerEntryPoints, ClassObjectsCreationAndUnloading) {
     HMODULE dll = LoadLibraryW((ProgramFolder() + L"\\vofslib.dll").c_str());
