@@ -12,6 +12,7 @@ packages=(
   xvfb xauth
   python3 python3-pyftpdlib vsftpd
   clang libclang-rt-14-dev
+  wixl msitools zip graphviz
 )
 
 as_root() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }

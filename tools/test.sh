@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
-# Builds both DLLs and runs the whole test suite under Wine (C++ tests, script clients,
-# registration, win98 branches, the browse dialog under Xvfb) once for every architecture
+# Builds both DLLs and the release packages (tools/release.sh) and runs the whole test
+# suite under Wine (C++ tests, script clients, registration, win98 branches, the browse
+# dialog under Xvfb, the packages) once for every architecture
 # this machine can execute. An architecture that cannot run here is reported as skipped,
 # with the reason; a machine that can run neither fails. Extra arguments go to ctest.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 tools/build.sh || exit 1
+# The release packages are made first: the suites install and use what it writes to dist/.
+tools/release.sh || exit 1
 
 summary=() ran=0 failed=0
 for arch in x86 x64; do
