@@ -1,0 +1,165 @@
+#!/usr/bin/python3
+"""The release packages (dist/, from tools/release.sh) as an administrator and an application
+developer use them, for one architecture, in a fresh Wine prefix of its own:
+- without registration: the example client beside the zip's DLL and assembly manifest
+  creates and calls the library where nothing is registered;
+- the MSI installs silently into Program Files, writes exactly what regsvr32 writes for the
+  installed DLL (registry exports compared, the installer's own records aside), its classes
+  are created by a script, and its removal leaves no file, folder or key;
+- a package of a higher version installs over it as a major upgrade: one registration remains;
+- with --both (where both architectures run) the two packages side by side: removing either
+  leaves the other's registration whole and its classes working.
+    packages_test.py ARCH ROOT WORK [--both]
+"""
+import os
+import re
+import shutil
+import subprocess
+import sys
+import zipfile
+
+arch, root, work = sys.argv[1:4]
+LOADERS = {"x86": "/usr/lib/wine/wine", "x64": "/usr/lib/wine/wine64"}
+FOLDERS = {"x86": "Program Files (x86)", "x64": "Program Files"}
+PRODUCT = "VOSTREL FileSystem Library"
+env = dict(os.environ, WINEPREFIX=os.path.join(work, "prefix"), WINEDEBUG="-all", WINEDLLOVERRIDES="mscoree,mshtml=")
+failures = []
+
+
+def wine(*args, loader="x64", cwd=None):
+    run_env = dict(env, WINELOADER=LOADERS[loader])
+    done = subprocess.run([LOADERS[loader], *args], env=run_env, cwd=cwd, capture_output=True, text=True,
+                          stdin=subprocess.DEVNULL)
+    return done.returncode, done.stdout.replace("\r", "")
+
+
+def check(what, actual, expected):
+    print(("ok    " if actual == expected else "FAIL  ") + what)
+    if actual != expected:
+        failures.append(what)
+        print("      got %.600r, expected %.200r" % (actual, expected))
+
+
+def export(key):
+    """A registry key's export: each subkey's section with its value lines."""
+    path = os.path.join(work, "export.reg")
+    wine("regedit", "/E", path, key)
+    sections, current = {}, None
+    for line in open(path, encoding="utf-16").read().splitlines():
+        if line.startswith("["):
+            current = sections.setdefault(line, set())
+        elif line.strip() and current is not None:
+            current.add(line)
+    return sections
+
+
+def classes():
+    """The machine's classes as registrations leave them (names without case), the
+    installer's own records aside."""
+    return {key.lower(): lines for key, lines in export(r"HKEY_LOCAL_MACHINE\Software\Classes").items()
+            if "\\installer" not in key.lower()}
+
+
+def differences(one, other):
+    return sorted(key for key in one.keys() | other.keys() if one.get(key) != other.get(key))
+
+
+def install(package, remove=False):
+    """Installs or removes a package with the installer of its architecture: Wine's 64-bit
+    installer would keep a 32-bit package's values of keys Windows shares in the 32-bit
+    view, where a 32-bit program's own writes do not go."""
+    return wine("msiexec", "/x" if remove else "/i", package, "/qn", loader="x86" if "x86" in package else "x64")[0]
+
+
+def created(which):
+    script = os.path.join(work, "classes.vbs")
+    with open(script, "w") as out:
+        out.write('On Error Resume Next\nFor Each n In Array("FileSystemLib", "Volumes", "Volume", "FtpFileStream")\n'
+                  '  Set o = CreateObject("VOFSL." & n)\n  If Err.Number = 0 Then WScript.Echo "made " & n\n'
+                  '  Err.Clear\nNext\nWScript.Echo "path " & CreateObject("VOFSL.FileSystemLib").NormalizePath("C:\\a")\n')
+    return wine("cscript", "//nologo", "classes.vbs", loader=which, cwd=work)[1]
+
+
+def installed_versions(which):
+    view = "\\Wow6432Node" if which == "x86" else ""
+    products = export(r"HKEY_LOCAL_MACHINE\Software%s\Microsoft\Windows\CurrentVersion\Uninstall" % view).values()
+    return [re.search(r'"DisplayVersion"="([^"]*)"', "\n".join(lines)).group(1)
+            for lines in products if '"DisplayName"="%s (%s)"' % (PRODUCT, which) in lines]
+
+
+shutil.rmtree(work, ignore_errors=True)
+os.makedirs(env["WINEPREFIX"])
+# One server for every program of the test; the services it starts on the prefix's first
+# boot get no output of ours to hold open.
+subprocess.run(["wineserver", "-p"], env=env)
+subprocess.run([LOADERS["x64"], "wineboot", "-i"], env=dict(env, WINELOADER=LOADERS["x64"]),
+               stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+dist = os.path.join(root, "dist")
+msi = os.path.join(dist, "vofslib-%s.msi" % arch)
+expected_classes = "made FileSystemLib\nmade Volumes\nmade Volume\nmade FtpFileStream\npath C:\\a\\\n"
+
+# Without registration, in the prefix where nothing was ever registered.
+regfree = os.path.join(work, "regfree")
+zipfile.ZipFile(next(os.path.join(dist, name) for name in os.listdir(dist) if name.endswith(".zip"))).extractall(regfree)
+built = os.path.join(root, "build", arch, "bin", "vofslib.dll")
+if open(built, "rb").read() != open(os.path.join(regfree, arch, "vofslib.dll"), "rb").read():
+    sys.exit("dist/ does not hold this build's DLL: run tools/release.sh")
+shutil.copy(os.path.join(root, "build", arch, "bin", "vofslib_regfree_client.exe"), os.path.join(regfree, arch))
+client = wine("vofslib_regfree_client.exe", loader=arch, cwd=os.path.join(regfree, arch))[1]
+check("the client runs unregistered", client.splitlines()[-1:], ["REGFREE PASSED"])
+
+# Wine registers some of its own type libraries when a script host and the installer first
+# run: a first round makes them before the registry is compared.
+install(msi), created(arch), created("x64"), install(msi, remove=True)
+before = classes()
+check("the package installs silently", install(msi), 0)
+dll = os.path.join(env["WINEPREFIX"], "drive_c", FOLDERS[arch], "VOSTREL", "vofslib.dll")
+check("into Program Files", os.path.isfile(dll), True)
+alone = classes()
+check("its classes are created", created(arch), expected_classes)
+check("its removal", install(msi, remove=True), 0)
+check("leaves no key", differences(classes(), before), [])
+check("and no folder", os.path.exists(os.path.dirname(dll)), False)
+
+# What regsvr32 writes for the same DLL in the same place is what the package wrote.
+os.makedirs(os.path.dirname(dll))
+shutil.copy(built, dll)
+wine("regsvr32", "/s", dll, loader=arch)
+check("the package registers what regsvr32 does", differences(classes(), alone), [])
+wine("regsvr32", "/u", "/s", dll, loader=arch)
+shutil.rmtree(os.path.dirname(dll))
+
+# A higher version replaces the installed one.
+version = subprocess.check_output([os.path.join(root, "packaging", "package.py"), "version", built], text=True).split(".")
+upgrade = os.path.join(work, "upgrade")
+os.makedirs(upgrade)
+shutil.copy(built, upgrade)
+higher = "%s.%s.%d" % (version[0], version[1], int(version[2]) + 1)
+with open(os.path.join(upgrade, "vofslib.wxs"), "w") as out:
+    subprocess.run([os.path.join(root, "packaging", "package.py"), "wxs", arch,
+                    os.path.join(root, "build", "release", arch + ".plan"), higher], stdout=out, check=True)
+subprocess.run(["wixl", "-a", arch, "-o", "next.msi", "vofslib.wxs"], cwd=upgrade, check=True, capture_output=True)
+install(msi)
+check("a higher version installs over it", install(os.path.join(upgrade, "next.msi")), 0)
+check("one registration remains", differences(classes(), alone), [])
+check("of the higher version", installed_versions(arch), [higher])
+install(os.path.join(upgrade, "next.msi"), remove=True)
+check("whose removal leaves nothing", differences(classes(), before), [])
+
+if "--both" in sys.argv:
+    other = {"x86": "x64", "x64": "x86"}[arch]
+    other_msi = os.path.join(dist, "vofslib-%s.msi" % other)
+    install(other_msi)
+    other_alone = classes()
+    install(other_msi, remove=True)
+    for removed, kept, kept_alone in ((arch, other, other_alone), (other, arch, alone)):
+        for package, remove in ((kept, False), (removed, False), (removed, True)):
+            install(os.path.join(dist, "vofslib-%s.msi" % package), remove)
+        check("side by side, removing %s leaves %s whole" % (removed, kept), differences(classes(), kept_alone), [])
+        check("and working", created(kept), expected_classes)
+        install(os.path.join(dist, "vofslib-%s.msi" % kept), remove=True)
+    check("both removed leave nothing", differences(classes(), before), [])
+
+subprocess.run(["wineserver", "-k"], env=dict(env, WINELOADER=LOADERS["x64"]), capture_output=True)
+print("%d failed" % len(failures) if failures else "PACKAGES PASSED")
+sys.exit(1 if failures else 0)
