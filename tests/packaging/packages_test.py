@@ -158,6 +158,12 @@ if "--both" in sys.argv:
         check("side by side, removing %s leaves %s whole" % (removed, kept), differences(classes(), kept_alone), [])
         check("and working", created(kept), expected_classes)
         install(os.path.join(dist, "vofslib-%s.msi" % kept), remove=True)
+    # regsvr32's own removal of one DLL also leaves what the other DLL shares with it.
+    install(other_msi)
+    wine("regsvr32", "/s", built, loader=arch)
+    wine("regsvr32", "/u", "/s", built, loader=arch)
+    check("unregistering %s beside %s leaves %s whole" % (arch, other, other), differences(classes(), other_alone), [])
+    install(other_msi, remove=True)
     check("both removed leave nothing", differences(classes(), before), [])
 
 subprocess.run(["wineserver", "-k"], env=dict(env, WINELOADER=LOADERS["x64"]), capture_output=True)
