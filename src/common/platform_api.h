@@ -69,8 +69,7 @@ private:
     DWORD tooLongError_ = 0;
 };
 
-// Failure values and errors of the calls that take texts.
-inline const HANDLE kInvalidHandle = INVALID_HANDLE_VALUE;
+// The errors of the calls that take texts.
 inline constexpr DWORD kNameTooLong = ERROR_FILENAME_EXCED_RANGE;
 inline constexpr DWORD kTextTooLong = ERROR_INVALID_PARAMETER;
 
@@ -111,8 +110,8 @@ struct PlatformApi {
     VOFS_PLATFORM_CALL(GetTempPathA)
     VOFS_PLATFORM_CALL(SetErrorMode)
     // searches
-    VOFS_TEXT_CALL(FindFirstFileW, kInvalidHandle, kNameTooLong)
-    VOFS_TEXT_CALL(FindFirstFileA, kInvalidHandle, kNameTooLong)
+    VOFS_TEXT_CALL(FindFirstFileW, INVALID_HANDLE_VALUE, kNameTooLong)
+    VOFS_TEXT_CALL(FindFirstFileA, INVALID_HANDLE_VALUE, kNameTooLong)
     VOFS_PLATFORM_CALL(FindNextFileW)
     VOFS_PLATFORM_CALL(FindNextFileA)
     VOFS_PLATFORM_CALL(FindClose)
@@ -175,8 +174,8 @@ struct PlatformApi {
     VOFS_PLATFORM_CALL(SHGetPathFromIDListA)
     VOFS_TEXT_CALL(GetFullPathNameW, 0, kNameTooLong)
     VOFS_TEXT_CALL(GetFullPathNameA, 0, kNameTooLong)
-    VOFS_TEXT_CALL(CreateFileW, kInvalidHandle, kNameTooLong)
-    VOFS_TEXT_CALL(CreateFileA, kInvalidHandle, kNameTooLong)
+    VOFS_TEXT_CALL(CreateFileW, INVALID_HANDLE_VALUE, kNameTooLong)
+    VOFS_TEXT_CALL(CreateFileA, INVALID_HANDLE_VALUE, kNameTooLong)
     VOFS_PLATFORM_CALL(CloseHandle)
     VOFS_PLATFORM_CALL(GetFileTime)
     VOFS_PLATFORM_CALL(SetFileTime)
