@@ -173,11 +173,13 @@ TEST_F(FtpSessions, ATransferCutMidwayFailsAndTheConnectionRecovers) {
     WriteBytes((mainRoot_ / "cut.bin").wstring(), std::string(size, 'c'));
     const ComPtr<_FtpConnection> connection = Connected({.user = L"fault-cut100000"});
     for (const bool reading : {true, false}) {
+        // An upload may fill the socket buffers (several MB on loopback) before the cut
+        // shows, so it is offered far more than those hold.
         const auto [moved, error] = MoveAll(StreamOf(ItemOf(connection.Get(), reading ? L"/cut.bin" : L"/up.bin").Get(),
-                                                     reading ? GENERIC_READ : GENERIC_WRITE).Get(), reading, size);
-        EXPECT_LT(moved, size) << reading;
+                                                     reading ? GENERIC_READ : GENERIC_WRITE).Get(), reading, reading ? size : 64 * size);
         EXPECT_EQ(HRESULT_FACILITY(error), FACILITY_WIN32) << reading;
         if (reading) {
+            EXPECT_LT(moved, size);
             EXPECT_EQ(error, System(ERROR_INTERNET_CONNECTION_RESET));
         }
         EXPECT_TRUE(ValueOf<VARIANT_BOOL>(connection.Get(), &_FtpConnection::get_IsConnected));
