@@ -1,14 +1,9 @@
 #!/usr/bin/python3
-"""The release packages (dist/, from tools/release.sh) as an administrator and an application
-developer use them, for one architecture, in a fresh Wine prefix of its own:
-- without registration: the example client beside the zip's DLL and assembly manifest
-  creates and calls the library where nothing is registered;
-- the MSI installs silently into Program Files, writes exactly what regsvr32 writes for the
-  installed DLL (registry exports compared, the installer's own records aside), its classes
-  are created by a script, and its removal leaves no file, folder or key;
-- a package of a higher version installs over it as a major upgrade: one registration remains;
-- with --both (where both architectures run) the two packages side by side: removing either
-  leaves the other's registration whole and its classes working.
+"""The release (dist/) as administrators and developers use it, for one architecture, in a
+fresh prefix: the client beside the zip's DLL and manifest runs unregistered; the MSI
+installs silently, registers exactly what regsvr32 does, its classes work, and removal
+leaves no file or key; a higher version upgrades it; with --both (where both architectures
+run) either package, or regsvr32 /u of one DLL, leaves the other's registration whole.
     packages_test.py ARCH ROOT WORK [--both]
 """
 import os
@@ -40,8 +35,7 @@ def check(what, actual, expected):
         print("      got %.600r, expected %.200r" % (actual, expected))
 
 
-def export(key):
-    """A registry key's export: each subkey's section with its value lines."""
+def export(key):  # each subkey's section, with its value lines
     path = os.path.join(work, "export.reg")
     wine("regedit", "/E", path, key)
     sections, current = {}, None
@@ -53,9 +47,7 @@ def export(key):
     return sections
 
 
-def classes():
-    """The machine's classes as registrations leave them (names without case), the
-    installer's own records aside."""
+def classes():  # the machine's classes (names without case), the installer's own records aside
     return {key.lower(): lines for key, lines in export(r"HKEY_LOCAL_MACHINE\Software\Classes").items()
             if "\\installer" not in key.lower()}
 
@@ -65,9 +57,8 @@ def differences(one, other):
 
 
 def install(package, remove=False):
-    """Installs or removes a package with the installer of its architecture: Wine's 64-bit
-    installer would keep a 32-bit package's values of keys Windows shares in the 32-bit
-    view, where a 32-bit program's own writes do not go."""
+    # With the installer of the package's architecture: Wine's 64-bit one would write a
+    # 32-bit package's values of keys Windows shares into the 32-bit view's own copy.
     return wine("msiexec", "/x" if remove else "/i", package, "/qn", loader="x86" if "x86" in package else "x64")[0]
 
 
@@ -89,8 +80,7 @@ def installed_versions(which):
 
 shutil.rmtree(work, ignore_errors=True)
 os.makedirs(env["WINEPREFIX"])
-# One server for every program of the test; the services it starts on the prefix's first
-# boot get no output of ours to hold open.
+# One server for the whole test; the services of the first boot hold no output of ours.
 subprocess.run(["wineserver", "-p"], env=env)
 subprocess.run([LOADERS["x64"], "wineboot", "-i"], env=dict(env, WINELOADER=LOADERS["x64"]),
                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
@@ -108,8 +98,7 @@ shutil.copy(os.path.join(root, "build", arch, "bin", "vofslib_regfree_client.exe
 client = wine("vofslib_regfree_client.exe", loader=arch, cwd=os.path.join(regfree, arch))[1]
 check("the client runs unregistered", client.splitlines()[-1:], ["REGFREE PASSED"])
 
-# Wine registers some of its own type libraries when a script host and the installer first
-# run: a first round makes them before the registry is compared.
+# Wine registers type libraries of its own when a script host and the installer first run.
 install(msi), created(arch), created("x64"), install(msi, remove=True)
 before = classes()
 check("the package installs silently", install(msi), 0)
@@ -146,19 +135,18 @@ check("of the higher version", installed_versions(arch), [higher])
 install(os.path.join(upgrade, "next.msi"), remove=True)
 check("whose removal leaves nothing", differences(classes(), before), [])
 
+package = lambda which: os.path.join(dist, "vofslib-%s.msi" % which)
 if "--both" in sys.argv:
     other = {"x86": "x64", "x64": "x86"}[arch]
-    other_msi = os.path.join(dist, "vofslib-%s.msi" % other)
+    other_msi = package(other)
     install(other_msi)
     other_alone = classes()
     install(other_msi, remove=True)
     for removed, kept, kept_alone in ((arch, other, other_alone), (other, arch, alone)):
-        for package, remove in ((kept, False), (removed, False), (removed, True)):
-            install(os.path.join(dist, "vofslib-%s.msi" % package), remove)
+        install(package(kept)), install(package(removed)), install(package(removed), remove=True)
         check("side by side, removing %s leaves %s whole" % (removed, kept), differences(classes(), kept_alone), [])
         check("and working", created(kept), expected_classes)
-        install(os.path.join(dist, "vofslib-%s.msi" % kept), remove=True)
-    # regsvr32's own removal of one DLL also leaves what the other DLL shares with it.
+        install(package(kept), remove=True)
     install(other_msi)
     wine("regsvr32", "/s", built, loader=arch)
     wine("regsvr32", "/u", "/s", built, loader=arch)
