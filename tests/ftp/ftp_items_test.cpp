@@ -91,7 +91,7 @@ TEST_F(FtpSessions, RefusedTransfersAreRetriedFourTimesInAll) {
     WriteBytes((mainRoot_ / "retries" / "retried.txt").wstring(), "retried");
     struct Case { const wchar_t* user; const wchar_t* path; HRESULT expected; long attempts; };
     for (const Case& c : {Case{L"fault-file425x3", L"/retries/retried.txt", S_OK, 4}, {L"fault-file426x3", L"/retries/retried.txt", S_OK, 4},
-                          {L"fault-file425x4", L"/retries/retried.txt", System(12029), 4}, {L"tester", L"/retries/none.txt", System(2), 1},
+                          {L"fault-file425x4", L"/retries/retried.txt", System(12029), 4}, {L"watch-retries", L"/retries/none.txt", System(2), 1},
                           {L"fault-file426x4", L"/retries/retried.txt", System(12030), 4}}) {
         const ServerLog log(Narrow(c.user));
         const ComPtr<_FtpConnection> connection = Connected({.user = c.user});
