@@ -44,9 +44,7 @@ HMODULE WINAPI FakeGetModuleHandleA(LPCSTR name) {
     return sources.internetLoaded && _stricmp(name, "wininet.dll") == 0 ? kInternetModule : nullptr;
 }
 DWORD APIENTRY FakeRasGetErrorStringA(UINT, LPSTR buffer, DWORD size) {
-    if (sources.remoteAccess.empty()) return ERROR_INVALID_PARAMETER;
-    std::strncpy(buffer, sources.remoteAccess.c_str(), size);
-    return 0;
+    return sources.remoteAccess.empty() ? ERROR_INVALID_PARAMETER : (std::strncpy(buffer, sources.remoteAccess.c_str(), size), 0);
 }
 BOOL WINAPI FakeInternetGetLastResponseInfoA(LPDWORD error, LPSTR buffer, LPDWORD length) {
     const bool fits = buffer && *length > sources.serverReply.size();

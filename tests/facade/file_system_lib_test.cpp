@@ -78,10 +78,7 @@ DWORD WINAPI RecordingTempPath(DWORD length, LPWSTR buffer) {
     if (length) wcsncpy(buffer, L"C:\\temp\\here\\", length);
     return length == 0 || tempAnswers ? 13 : 0;
 }
-UINT WINAPI RecordingSetErrorMode(UINT mode) {
-    asked.push_back(mode);
-    return 0x8001;
-}
+UINT WINAPI RecordingSetErrorMode(UINT mode) { return asked.push_back(mode), 0x8001; }
 
 TEST_F(FileSystemLibTest, UnreadableItemsAnswerFromTheirParentOrRaise) {
     ScratchFolder scratch;

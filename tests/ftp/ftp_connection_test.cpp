@@ -86,8 +86,7 @@ HINTERNET WINAPI DirectOpen(LPCSTR agent, DWORD access, LPCSTR proxy, LPCSTR byp
     return InternetOpenA(agent, INTERNET_OPEN_TYPE_DIRECT, nullptr, bypass, flags);
 }
 BOOL WINAPI RecordedOption(HINTERNET, DWORD option, LPVOID buffer, DWORD length) {
-    reachedWinInet.push_back(std::to_string(option) + " " + std::string(static_cast<const char*>(buffer), length));
-    return TRUE;
+    return reachedWinInet.push_back(std::to_string(option) + " " + std::string(static_cast<const char*>(buffer), length)), TRUE;
 }
 HINTERNET WINAPI ToMainServer(HINTERNET session, LPCSTR server, INTERNET_PORT port, LPCSTR user, LPCSTR password,
                               DWORD service, DWORD flags, DWORD_PTR context) {

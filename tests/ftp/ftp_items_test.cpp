@@ -202,15 +202,8 @@ TEST_F(FtpSessions, ATransferCutMidwayFailsAndTheConnectionRecovers) {
     EXPECT_EQ(MoveAll(StreamOf(shrunk.Get(), GENERIC_READ).Get(), true, size), std::make_pair(7L, S_OK));
 }
 
-DWORD WINAPI FiveAndFourGigabytes(HINTERNET, DWORD* high) {
-    *high = 1;
-    return 5;
-}
-
-BOOL WINAPI StaysPending(HINTERNET, void*, DWORD, DWORD*) {
-    SetLastError(ERROR_IO_PENDING);
-    return FALSE;
-}
+DWORD WINAPI FiveAndFourGigabytes(HINTERNET, DWORD* high) { return *high = 1, 5; }
+BOOL WINAPI StaysPending(HINTERNET, void*, DWORD, DWORD*) { return SetLastError(ERROR_IO_PENDING), FALSE; }
 
 TEST_F(FtpSessions, OpenFileSizeAndAPendingAsynchronousRead) {
     WriteBytes((mainRoot_ / "sized.txt").wstring(), "sized");

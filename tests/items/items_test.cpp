@@ -41,10 +41,7 @@ Variant DecimalValue(ULONG hi, ULONG mid, ULONG lo) {
     return Variant::FromDecimal(number);
 }
 
-BOOL WINAPI FailingFileTimeToSystemTime(const FILETIME*, SYSTEMTIME*) {
-    SetLastError(ERROR_NOT_READY);
-    return FALSE;
-}
+BOOL WINAPI FailingFileTimeToSystemTime(const FILETIME*, SYSTEMTIME*) { return SetLastError(ERROR_NOT_READY), FALSE; }
 
 TEST(FileTimes, ConvertToDatesWithoutMillisecondsAndBackOrRaiseTheSystemError) {
     const std::tuple<uint64_t, DATE, bool> cases[] = {  // time, date, whether the date converts back
@@ -297,27 +294,16 @@ BOOL WINAPI RecordMove(LPCWSTR from, LPCWSTR to) {
     return MoveFileW(from, to);
 }
 BOOL WINAPI RecordCreateDirectory(LPCWSTR path, LPSECURITY_ATTRIBUTES) {
-    calls.push_back(path);
-    SetLastError(refusal);
-    return refusal == NO_ERROR;
+    return calls.push_back(path), SetLastError(refusal), refusal == NO_ERROR;
 }
-DWORD WINAPI NothingThere(LPCWSTR) {
-    SetLastError(ERROR_PATH_NOT_FOUND);
-    return INVALID_FILE_ATTRIBUTES;
-}
-HANDLE WINAPI FindFails(LPCWSTR, LPWIN32_FIND_DATAW) {
-    SetLastError(searchRefusal);
-    return INVALID_HANDLE_VALUE;
-}
+DWORD WINAPI NothingThere(LPCWSTR) { return SetLastError(ERROR_PATH_NOT_FOUND), INVALID_FILE_ATTRIBUTES; }
+HANDLE WINAPI FindFails(LPCWSTR, LPWIN32_FIND_DATAW) { return SetLastError(searchRefusal), INVALID_HANDLE_VALUE; }
 HANDLE WINAPI CountingFindFirst(LPCWSTR pattern, LPWIN32_FIND_DATAW data) {
     HANDLE search = FindFirstFileW(pattern, data);
     opened += search != INVALID_HANDLE_VALUE;
     return search;
 }
-BOOL WINAPI CountingFindClose(HANDLE search) {
-    ++closed;
-    return FindClose(search);
-}
+BOOL WINAPI CountingFindClose(HANDLE search) { return ++closed, FindClose(search); }
 BOOL WINAPI FailWhenNoNextIsLeft(HANDLE search, LPWIN32_FIND_DATAW data) {
     if (nextsLeft-- > 0) return FindNextFileW(search, data);
     SetLastError(ERROR_NETNAME_DELETED);

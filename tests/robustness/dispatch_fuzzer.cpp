@@ -176,14 +176,11 @@ private:
         else pool_[roots_ + Pick(pool_.size() - roots_)] = std::move(object);
     }
 
-    // Some arguments are a caller's own fault, not the library's, and are replaced by
-    // harmless values: a number as a stream buffer is a raw address in this process (a
-    // random one would overwrite this program); a length or seek target beyond 1 MB makes
-    // sparse files of gigabytes that a folder copy would then write out, as more than 16
-    // blank lines of a long NewLine would; and a server or
-    // proxy name could reach any host, so FTP sessions go to the loopback address, half
-    // of them to the test session's anonymous-only server (VOFS_VSFTPD_PORT), where no
-    // member can delete or rename anything.
+    // Arguments that would be the caller's own fault get harmless values: a number as a
+    // stream buffer is a raw address in this process; a length or seek target over 1 MB
+    // (or over 16 blank lines of a long NewLine) makes gigabytes a folder copy writes out;
+    // a server or proxy could be any host, so sessions go to loopback, half of them to the
+    // anonymous-only server (VOFS_VSFTPD_PORT), where nothing can be deleted or renamed.
     void KeepHarmless(IDispatch* library, const std::wstring& member, VARIANT* args, VARIANT* referenced, UINT count) {
         const auto argument = [&](UINT parameter) -> VARIANT& {
             VARIANT& given = args[count - 1 - parameter];
@@ -353,8 +350,8 @@ private:
     size_t roots_ = 0;
 
 public:
-    unsigned outcomes_[3] = {};
-    std::wstring reached_;  // the interfaces called  // succeeded, raised an automation error, refused by dispatch
+    unsigned outcomes_[3] = {};  // succeeded, raised an automation error, refused by dispatch
+    std::wstring reached_;  // the interfaces called
 };
 
 // Reads the parameterless properties of an object (every one, or only the first when
@@ -379,10 +376,7 @@ void Read(IDispatch* object, int depth) {
     info->ReleaseTypeAttr(type);
 }
 
-struct Usage {
-    long handles;
-    long long bytes;
-};
+struct Usage { long handles; long long bytes; };
 
 // Wine answers 0 to GetProcessHandleCount and to PrivateUsage, so handles are counted by
 // the number a new handle gets (the lowest free slot, which open handles push up) and

@@ -26,14 +26,8 @@ FILETIME writtenTime{};
 OVERLAPPED* started = nullptr;
 LPOVERLAPPED_COMPLETION_ROUTINE routine = nullptr;
 
-DWORD WINAPI ThreeGigabytes(HANDLE, DWORD* high) {
-    *high = sizeHigh;
-    return 0xC0000000;
-}
-BOOL WINAPI RecordWriteTime(HANDLE, const FILETIME*, const FILETIME*, const FILETIME* written) {
-    writtenTime = *written;
-    return TRUE;
-}
+DWORD WINAPI ThreeGigabytes(HANDLE, DWORD* high) { return *high = sizeHigh, 0xC0000000; }
+BOOL WINAPI RecordWriteTime(HANDLE, const FILETIME*, const FILETIME*, const FILETIME* written) { return writtenTime = *written, TRUE; }
 BOOL WINAPI StartNeverEnding(HANDLE, void*, DWORD, OVERLAPPED* overlapped, LPOVERLAPPED_COMPLETION_ROUTINE done) {
     started = overlapped, routine = done;
     SetLastError(ERROR_IO_PENDING);
@@ -46,9 +40,7 @@ HANDLE WINAPI NoWideOpen(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DW
     return INVALID_HANDLE_VALUE;
 }
 BOOL WINAPI DiskFull(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
-    *written = 0;
-    SetLastError(ERROR_DISK_FULL);
-    return FALSE;
+    return *written = 0, SetLastError(ERROR_DISK_FULL), FALSE;
 }
 
 class Streams : public ::testing::Test {
@@ -150,18 +142,12 @@ TEST_F(Streams, AnOverlappedTransferOutlivesItsStream) {
     ComPtr<_FileStream> stream = Open(L"a.bin", OpenExisting, AccessRead, FILE_FLAG_OVERLAPPED);
     Variant buffer = ZeroByteArray(100);
     EXPECT_EQ(Read(stream.Get(), buffer, 50, 1), 0) << "the whole array, whatever Offset and Count say";
-    VARIANT_BOOL done = VARIANT_TRUE, pending = VARIANT_FALSE;
-    stream->AsyncWaitOnIo(0, QsAllInput, &done);
-    stream->get_AsyncIoPending(&pending);
-    EXPECT_EQ(done, VARIANT_FALSE);
-    EXPECT_EQ(pending, VARIANT_TRUE);
-    LONG requested = 0;
-    stream->get_AsyncBytesToTransfer(&requested);
-    EXPECT_EQ(requested, 100);
+    EXPECT_FALSE(ValueOf<VARIANT_BOOL>(stream.Get(), &_FileStream::AsyncWaitOnIo, 0, QsAllInput));
+    EXPECT_TRUE(ValueOf<VARIANT_BOOL>(stream.Get(), &_FileStream::get_AsyncIoPending));
+    EXPECT_EQ(ValueOf<LONG>(stream.Get(), &_FileStream::get_AsyncBytesToTransfer), 100);
     Read(stream.Get(), buffer, 0, -1, System(ERROR_IO_PENDING));
     EXPECT_EQ(stream->AsyncCancelIo(), S_OK);
-    stream->get_AsyncIoPending(&pending);
-    EXPECT_EQ(pending, VARIANT_TRUE) << "until the routine has run";
+    EXPECT_TRUE(ValueOf<VARIANT_BOOL>(stream.Get(), &_FileStream::get_AsyncIoPending)) << "until the routine has run";
     stream.Reset();  // released while pending: the record stays for the routine
     ASSERT_TRUE(routine);
     routine(ERROR_OPERATION_ABORTED, 0, started);
@@ -174,16 +160,13 @@ TEST_F(Streams, OverlappedReadsMoveOnByThemselvesToTheEnd) {
     for (const std::string expected : {"abcd", "efgh", ""}) {
         Read(stream.Get(), buffer, 0, -1);
         stream->SeekPosition(*start.Get(), BeginOfFile);  // no effect on overlapped transfers
-        VARIANT_BOOL done = VARIANT_FALSE;
-        stream->AsyncWaitOnIo(0, QsAllInput, &done);
-        LONG error = 0, moved = -1;
-        stream->get_AsyncErrorNumber(&error);
-        stream->get_AsyncBytesTransfered(&moved);
+        ValueOf<VARIANT_BOOL>(stream.Get(), &_FileStream::AsyncWaitOnIo, 0, QsAllInput);
         Variant got;
         stream->GetAsyncIoBuffer(got.Get());
         const ArrayData data(V_ARRAY(got.Get()));
-        EXPECT_EQ(std::string(reinterpret_cast<char*>(data.Data()), data.Count()).substr(0, moved), expected);
-        EXPECT_EQ(error, expected.empty() ? ERROR_HANDLE_EOF : 0);
+        EXPECT_EQ(std::string(reinterpret_cast<char*>(data.Data()), data.Count())
+                      .substr(0, ValueOf<LONG>(stream.Get(), &_FileStream::get_AsyncBytesTransfered)), expected);
+        EXPECT_EQ(ValueOf<LONG>(stream.Get(), &_FileStream::get_AsyncErrorNumber), expected.empty() ? ERROR_HANDLE_EOF : 0);
     }
 }
 

@@ -29,10 +29,7 @@ BOOL WINAPI FakeVolumeInformationW(LPCWSTR, LPWSTR label, DWORD labelLength, LPD
     *flags = fakeFlags;
     return fakeError == 0;
 }
-UINT WINAPI RecordingDriveType(LPCSTR root) {
-    driveTypeRoot = root;
-    return DRIVE_REMOTE;
-}
+UINT WINAPI RecordingDriveType(LPCSTR root) { return driveTypeRoot = root, DRIVE_REMOTE; }
 DWORD WINAPI FakeDriveStrings(DWORD length, LPSTR buffer) {
     fakeListLength = length;
     SetLastError(ERROR_ACCESS_DENIED);
