@@ -39,8 +39,12 @@ HANDLE WINAPI NoWideOpen(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DW
     SetLastError(ERROR_CALL_NOT_IMPLEMENTED);
     return INVALID_HANDLE_VALUE;
 }
+int writes = 0;
 BOOL WINAPI DiskFull(HANDLE, const void*, DWORD, DWORD* written, OVERLAPPED*) {
-    return *written = 0, SetLastError(ERROR_DISK_FULL), FALSE;
+    return ++writes, *written = 0, SetLastError(ERROR_DISK_FULL), FALSE;
+}
+BOOL WINAPI CountedWrite(HANDLE file, const void* data, DWORD size, DWORD* written, OVERLAPPED* overlapped) {
+    return ++writes, WriteFile(file, data, size, written, overlapped);
 }
 
 class Streams : public ::testing::Test {
@@ -186,12 +190,19 @@ TEST_F(Streams, BlankLinesGoOutInBlocksWithTheBytesOfOneWrite) {
     for (const auto& [newLine, line] : {std::pair{L"\r\n", std::string("\n\0", 2)}, {L"abc", std::string("c\0\0", 3)}}) {
         ComPtr<_TextStream> text = OpenText(L"b.txt", ForWriting);
         ASSERT_EQ(text->put_NewLine(Bstr(newLine).Get()), S_OK);
-        ASSERT_EQ(text->WriteBlankLines(70001), S_OK);
+        writes = 0;
+        {
+            const ApiOverride<&PlatformApi::WriteFile> counted(&CountedWrite);
+            ASSERT_EQ(text->WriteBlankLines(70001), S_OK);
+        }
+        EXPECT_LE(writes, 4) << "blocks of about 64 KB, not a write per line";
         std::string expected;
         for (int i = 0; i < 70001; ++i) expected += line;
         EXPECT_EQ(FileContents(scratch_ / L"b.txt"), expected);
         const ApiOverride<&PlatformApi::WriteFile> full(&DiskFull);
+        writes = 0;
         EXPECT_EQ(Raised(TakeError(text->WriteBlankLines(70001))), Raised(L"FileStream", System(ERROR_DISK_FULL)));
+        EXPECT_EQ(writes, 1) << "the first failure ends the work";
     }
 }
 
