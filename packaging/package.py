@@ -7,6 +7,9 @@ so that installers and side-by-side manifests register exactly what DllRegisterS
     package.py wxs ARCH PLAN VERSION              the Windows Installer source (for wixl, run in
                                                   the folder that holds the DLL)
     package.py manifest ARCH PLAN VERSION         the side-by-side assembly manifest
+    package.py ship ARCH DLL OUT                  the DLL as shipped: without its debug
+                                                  information, keeping its link time, so the
+                                                  same build always ships the same bytes
 
 ARCH is x86 or x64. The installer writes every value of the plan through its own registry
 table under HKLM\\Software\\Classes (no self-registration, no custom action). The values
@@ -14,7 +17,10 @@ both architectures share (ProgIDs, the type library's version key) form one comp
 whose code both packages carry, so Windows Installer counts its two clients and removes
 it with the last one; each package's own values go with its DLL.
 """
+import os
 import re
+import struct
+import subprocess
 import sys
 from xml.sax.saxutils import quoteattr
 
@@ -132,6 +138,14 @@ def manifest(arch, rows, version):
            classes="\n".join(classes), library=library_id, major=major, minor=minor, interfaces="\n".join(interfaces))
 
 
+def ship(arch, dll, out):
+    header = open(dll, "rb").read(4096)
+    pe = struct.unpack_from("<I", header, 0x3C)[0]
+    linked = struct.unpack_from("<I", header, pe + 8)[0]  # the file header's TimeDateStamp
+    tool = {"x86": "i686", "x64": "x86_64"}[arch] + "-w64-mingw32-strip"
+    subprocess.run([tool, "--strip-debug", "-o", out, dll], env=dict(os.environ, SOURCE_DATE_EPOCH=str(linked)), check=True)
+
+
 def main(argv):
     if len(argv) == 3 and argv[1] == "version":
         print(product_version(argv[2]))
@@ -139,6 +153,8 @@ def main(argv):
         sys.stdout.write(wxs(argv[2], read_plan(argv[3]), argv[4]))
     elif len(argv) == 5 and argv[1] == "manifest":
         sys.stdout.write(manifest(argv[2], read_plan(argv[3]), argv[4]))
+    elif len(argv) == 5 and argv[1] == "ship":
+        ship(argv[2], argv[3], argv[4])
     else:
         sys.exit(__doc__)
 

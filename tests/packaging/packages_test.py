@@ -92,8 +92,12 @@ expected_classes = "made FileSystemLib\nmade Volumes\nmade Volume\nmade FtpFileS
 regfree = os.path.join(work, "regfree")
 zipfile.ZipFile(next(os.path.join(dist, name) for name in os.listdir(dist) if name.endswith(".zip"))).extractall(regfree)
 built = os.path.join(root, "build", arch, "bin", "vofslib.dll")
-if open(built, "rb").read() != open(os.path.join(regfree, arch, "vofslib.dll"), "rb").read():
+shipped = os.path.join(regfree, arch, "vofslib.dll")
+stripped = os.path.join(work, "stripped.dll")
+subprocess.run([os.path.join(root, "packaging", "package.py"), "ship", arch, built, stripped], check=True)
+if open(shipped, "rb").read() != open(stripped, "rb").read():
     sys.exit("dist/ does not hold this build's DLL: run tools/release.sh")
+check("the shipped DLL carries no debug information", os.path.getsize(shipped) < 4 << 20, True)
 shutil.copy(os.path.join(root, "build", arch, "bin", "vofslib_regfree_client.exe"), os.path.join(regfree, arch))
 client = wine("vofslib_regfree_client.exe", loader=arch, cwd=os.path.join(regfree, arch))[1]
 check("the client runs unregistered", client.splitlines()[-1:], ["REGFREE PASSED"])
@@ -112,7 +116,7 @@ check("and no folder", os.path.exists(os.path.dirname(dll)), False)
 
 # What regsvr32 writes for the same DLL in the same place is what the package wrote.
 os.makedirs(os.path.dirname(dll))
-shutil.copy(built, dll)
+shutil.copy(shipped, dll)
 wine("regsvr32", "/s", dll, loader=arch)
 check("the package registers what regsvr32 does", differences(classes(), alone), [])
 wine("regsvr32", "/u", "/s", dll, loader=arch)
@@ -122,7 +126,7 @@ shutil.rmtree(os.path.dirname(dll))
 version = subprocess.check_output([os.path.join(root, "packaging", "package.py"), "version", built], text=True).split(".")
 upgrade = os.path.join(work, "upgrade")
 os.makedirs(upgrade)
-shutil.copy(built, upgrade)
+shutil.copy(shipped, upgrade)
 higher = "%s.%s.%d" % (version[0], version[1], int(version[2]) + 1)
 with open(os.path.join(upgrade, "vofslib.wxs"), "w") as out:
     subprocess.run([os.path.join(root, "packaging", "package.py"), "wxs", arch,
