@@ -6,6 +6,7 @@ leaves no file or key; a higher version upgrades it; with --both (where both arc
 run) either package, or regsvr32 /u of one DLL, leaves the other's registration whole.
     packages_test.py ARCH ROOT WORK [--both]
 """
+import atexit
 import os
 import re
 import shutil
@@ -80,8 +81,10 @@ def installed_versions(which):
 
 shutil.rmtree(work, ignore_errors=True)
 os.makedirs(env["WINEPREFIX"])
-# One server for the whole test; the services of the first boot hold no output of ours.
-subprocess.run(["wineserver", "-p"], env=env)
+# One server for the whole test, stopped however the test ends; neither it nor the
+# services of the first boot hold an output of ours open (ctest would wait for it).
+subprocess.run(["wineserver", "-p"], env=env, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+atexit.register(subprocess.run, ["wineserver", "-k"], env=dict(env, WINELOADER=LOADERS["x64"]), capture_output=True)
 subprocess.run([LOADERS["x64"], "wineboot", "-i"], env=dict(env, WINELOADER=LOADERS["x64"]),
                stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 dist = os.path.join(root, "dist")
@@ -158,6 +161,5 @@ if "--both" in sys.argv:
     install(other_msi, remove=True)
     check("both removed leave nothing", differences(classes(), before), [])
 
-subprocess.run(["wineserver", "-k"], env=dict(env, WINELOADER=LOADERS["x64"]), capture_output=True)
 print("%d failed" % len(failures) if failures else "PACKAGES PASSED")
 sys.exit(1 if failures else 0)
