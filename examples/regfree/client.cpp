@@ -61,9 +61,10 @@ int wmain() {
     // Early-bound: the type library's interface, and an object the library hands out.
     _FileSystemLib* early = nullptr;
     _Path* path = nullptr;
-    BSTR text = nullptr;
+    BSTR text = nullptr, given = SysAllocString(L"C:\\Reports\\2026\\summary.txt");  // an [in] text stays the caller's
     result = library->QueryInterface(IID__FileSystemLib, reinterpret_cast<void**>(&early));
-    if (SUCCEEDED(result)) result = early->GetPathObject(SysAllocString(L"C:\\Reports\\2026\\summary.txt"), &path);
+    if (SUCCEEDED(result)) result = early->GetPathObject(given, &path);
+    SysFreeString(given);
     if (SUCCEEDED(result)) result = path->get_Name(&text);
     Check("_FileSystemLib GetPathObject, _Path Name", SUCCEEDED(result) ? Take(text) : L"(failed)", L"summary.txt");
 
